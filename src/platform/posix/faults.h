@@ -1,0 +1,24 @@
+// Failing calls of this layer on purpose, and counting what it has open. Also armed by the
+// environment variable ORALIB_PLATFORM_FAULT="Function:nth:code", read when the module is loaded.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/posix/types.h"
+
+namespace platform::faults {
+
+/// The `nth` call of `function` from now on (1 is the next) fails with `code`, once.
+void arm(const std::string& function, unsigned nth, DWORD code);
+/// Takes back every fault and sets the counts of calls to 0.
+void disarm();
+/// How often `function` was called.
+unsigned calls(const std::string& function);
+
+/// The open handles by kind: events, files, keys, pipes, processes, threads, tokens. When the
+/// environment variable ORALIB_HANDLE_REPORT names a file, they are appended to it as one line when
+/// the module is unloaded, with "fault=spent" or "fault=unspent" for a fault from the environment.
+std::map<std::string, int> open_handles();
+
+}  // namespace platform::faults

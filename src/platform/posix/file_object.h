@@ -1,0 +1,30 @@
+// An open file or an end of a pipe.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/types.h>
+
+#include <string>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/handles.h"
+
+namespace platform {
+
+class file_object : public object {
+  public:
+    file_object(const char* kind_name, int descriptor_to_own, bool may_read, bool may_write)
+        : object(kind_name),
+          file(descriptor_to_own),
+          reads(may_read),
+          writes(may_write),
+          is_pipe(std::string(kind_name) == "pipes") {}
+    int descriptor() const override { return file.get(); }
+
+    const descriptor_owner file;
+    const bool reads;
+    const bool writes;
+    const bool is_pipe;
+};
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#include "platform/system.h"
+
+#include "platform/posix/command_line.h"
+#include "platform/posix/handles.h"
+#include "platform/posix/sandbox.h"
+#include "platform/posix/spawn.h"
+#include "platform/posix/unicode.h"
+
+namespace platform {
+
+const char* const client_library_name = "libclntsh.so";
+
+int run_system(const std::string& ansi_command) {
+    if (failing(__func__)) return -1;
+    spawn_request request;
+    descriptor_owner output;
+    interpret_command(widen_ansi(ansi_command), request, output);
+    request.environment = environment_entries();
+    request.standard[0] = 0;
+    request.standard[1] = output.get() >= 0 ? output.get() : 1;
+    request.standard[2] = 2;
+    spawned started;
+    if (spawn(request, started) != 0) return -1;
+    output.reset();
+    wait_readable(started.status.get(), INFINITE);
+    const int status = read_status(started.status.get());
+    reap_monitor(started.monitor);
+    return static_cast<int>(exit_code_of(status));
+}
+
+std::array<std::uint16_t, 4> module_version() {
+    return {ORALIB_VERSION_MAJOR, ORALIB_VERSION_MINOR, ORALIB_VERSION_PATCH, 0};
+}
+
+}  // namespace platform

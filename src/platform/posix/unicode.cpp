@@ -1,0 +1,140 @@
+#include "platform/posix/unicode.h"
+
+#include <iconv.h>
+#include <locale.h>
+#include <wctype.h>
+
+#include "platform/posix/handles.h"
+#include "platform/posix/text.h"
+
+namespace platform {
+
+namespace {
+
+// Names fold alike whatever locale the host has chosen.
+struct unicode_locale {
+    locale_t handle = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    ~unicode_locale() {
+        if (handle) freelocale(handle);
+    }
+};
+
+__attribute__((init_priority(101))) unicode_locale g_locale;
+
+std::string name_of(UINT code_page) {
+    return code_page == CP_UTF8 ? "UTF-8" : "CP" + std::to_string(code_page);
+}
+
+class converter {
+  public:
+    converter(const std::string& to, const std::string& from)
+        : handle(iconv_open(to.c_str(), from.c_str())) {}
+    ~converter() {
+        if (is_open()) iconv_close(handle);
+    }
+    converter(const converter&) = delete;
+    converter& operator=(const converter&) = delete;
+
+    /// Appends what can be converted; returns how many bytes of the text that was.
+    std::size_t run(const char* text, std::size_t size, std::string& result) {
+        char* in = const_cast<char*>(text);
+        const std::size_t whole = size;
+        while (is_open() && size > 0) {
+            char buffer[256];
+            char* out = buffer;
+            std::size_t room = sizeof buffer;
+            const std::size_t before = size;
+            iconv(handle, &in, &size, &out, &room);
+            result.append(buffer, out);
+            if (size == before) break;
+        }
+        return whole - size;
+    }
+
+  private:
+    bool is_open() const { return handle != reinterpret_cast<iconv_t>(-1); }
+    const uninterrupted no_end_here;  // the system's converters are shared and locked
+    const iconv_t handle;
+};
+
+void append_unit(std::string& bytes, wchar_t unit) {
+    bytes += static_cast<char>(unit & 0xFF);
+    bytes += static_cast<char>(unit >> 8 & 0xFF);
+}
+
+// Windows reads the holes of its one-byte pages as control characters, and the other way round.
+bool is_hole(UINT code_page, unsigned value) {
+    return code_page >= 1250 && code_page <= 1258 && value >= 0x80 && value < 0xA0;
+}
+
+}  // namespace
+
+std::wstring widen(UINT code_page, const std::string& text, bool* lossy) {
+    converter to_units("UTF-16LE", name_of(code_page));
+    std::string units;
+    for (std::size_t at = 0; at < text.size();) {
+        at += to_units.run(text.data() + at, text.size() - at, units);
+        if (at == text.size()) break;
+        const auto byte = static_cast<unsigned char>(text[at++]);
+        const bool hole = is_hole(code_page, byte);
+        append_unit(units, hole ? byte : code_page == CP_UTF8 ? 0xFFFD : L'?');
+        if (lossy && !hole) *lossy = true;
+    }
+    std::wstring result;
+    for (std::size_t i = 0; i + 1 < units.size(); i += 2) {
+        result += static_cast<wchar_t>(static_cast<unsigned char>(units[i]) |
+                                       static_cast<unsigned char>(units[i + 1]) << 8);
+    }
+    return result;
+}
+
+std::string narrow(UINT code_page, const std::wstring& text, const char* fallback, bool* lossy) {
+    converter from_units(name_of(code_page), "UTF-16LE");
+    std::string units;
+    for (const wchar_t unit : text) {
+        append_unit(units, unit);
+    }
+    std::string result;
+    for (std::size_t at = 0; at < units.size();) {
+        at += from_units.run(units.data() + at, units.size() - at, result);
+        if (at == units.size()) break;
+        const std::size_t i = at / 2;
+        const auto is_half = [&](std::size_t index, wchar_t first) {
+            return index < text.size() && text[index] >= first && text[index] < first + 0x400;
+        };
+        at += is_half(i, 0xD800) && is_half(i + 1, 0xDC00) ? 4 : 2;
+        const bool hole = is_hole(code_page, static_cast<unsigned>(text[i]));
+        result += hole                   ? std::string(1, static_cast<char>(text[i]))
+                  : code_page == CP_UTF8 ? "\xEF\xBF\xBD"
+                                         : fallback;
+        if (lossy && !hole) *lossy = true;
+    }
+    return result;
+}
+
+std::wstring from_utf8(const std::string& text) {
+    return widen(CP_UTF8, text);
+}
+std::string to_utf8(const std::wstring& text) {
+    return narrow(CP_UTF8, text);
+}
+std::wstring widen_ansi(const std::string& text) {
+    return widen(GetACP(), text);
+}
+std::string narrow_ansi(const std::wstring& text) {
+    return narrow(GetACP(), text);
+}
+
+std::wstring fold(const std::wstring& name) {
+    std::wstring result = name;
+    for (wchar_t& unit : result) {
+        unit = static_cast<wchar_t>(towupper_l(unit, g_locale.handle));
+    }
+    return result;
+}
+
+bool same_name(const std::wstring& a, const std::wstring& b) {
+    return a.size() == b.size() && fold(a) == fold(b);
+}
+
+}  // namespace platform

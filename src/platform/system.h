@@ -1,0 +1,20 @@
+// What the two targets have under different names.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace platform {
+
+/// Runs a command of the command interpreter, in the ANSI code page and with output redirection,
+/// and waits for its end; the exit code, or -1 if the interpreter could not be started.
+int run_system(const std::string& ansi_command);
+
+/// The four parts of the file version of the module that this code is linked into.
+std::array<std::uint16_t, 4> module_version();
+
+/// What the Oracle client library is called for the system loader.
+extern const char* const client_library_name;
+
+}  // namespace platform
