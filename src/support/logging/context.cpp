@@ -1,0 +1,10 @@
+#include "support/logging/context.h"
+
+namespace util {
+
+CCommonLibCtx& CCommonLibCtx::instance() {
+    static CCommonLibCtx context;
+    return context;
+}
+
+}  // namespace util

@@ -1,0 +1,109 @@
+#include "support/text/convert.h"
+
+#include <exception>
+
+#include "platform/platform.h"
+#include "support/exc/exc.h"
+
+namespace util {
+
+namespace {
+
+bool narrow(UINT code_page, DWORD flags, bool check_default, const std::wstring& text,
+            std::string& result) {
+    const int length = static_cast<int>(text.size());
+    BOOL used_default = FALSE;
+    BOOL* const used = check_default ? &used_default : nullptr;
+    const int size =
+        WideCharToMultiByte(code_page, flags, text.data(), length, nullptr, 0, nullptr, used);
+    if (size <= 0) {
+        return false;
+    }
+    if (used_default) {
+        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+        return false;
+    }
+    result.resize(static_cast<std::size_t>(size));
+    return WideCharToMultiByte(code_page, flags, text.data(), length, result.data(), size, nullptr,
+                               used) == size;
+}
+
+bool widen(UINT code_page, const std::string& text, std::wstring& result) {
+    const int length = static_cast<int>(text.size());
+    const int size =
+        MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0);
+    if (size <= 0) {
+        return false;
+    }
+    result.resize(static_cast<std::size_t>(size));
+    return MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), length, result.data(),
+                               size) == size;
+}
+
+}  // namespace
+
+std::string to_ansi(const std::wstring& text) {
+    std::string result;
+    if (!text.empty() && !narrow(CP_ACP, WC_NO_BEST_FIT_CHARS, true, text, result)) {
+        const DWORD error = GetLastError();
+        throw exc::win_sys_exc_t("Unicode string cannot be converted to multibyte string.", error);
+    }
+    return result;
+}
+
+std::wstring from_ansi(const std::string& text) {
+    std::wstring result;
+    if (!text.empty() && !widen(CP_ACP, text, result)) {
+        const DWORD error = GetLastError();
+        throw exc::win_sys_exc_t(
+            "Multibyte string cannot be converted to unicode string. Source string: [%1].", text,
+            error);
+    }
+    return result;
+}
+
+std::string to_utf8(const std::wstring& text) {
+    std::string result;
+    if (!text.empty() && !narrow(CP_UTF8, WC_ERR_INVALID_CHARS, false, text, result)) {
+        const DWORD error = GetLastError();
+        throw exc::win_sys_exc_t("Unicode string cannot be converted to UTF8 string.", error);
+    }
+    return result;
+}
+
+std::wstring from_utf8(const std::string& text) {
+    std::wstring result;
+    if (!text.empty() && !widen(CP_UTF8, text, result)) {
+        const DWORD error = GetLastError();
+        throw exc::win_sys_exc_t(
+            "Multibyte UTF8 string cannot be converted to unicode string. Source string: [%1].",
+            text, error);
+    }
+    return result;
+}
+
+std::string to_ansi_safe(const std::wstring& text) {
+    try {
+        return to_ansi(text);
+    } catch (const std::exception&) {
+        return "UNICODE->ANSI failed";
+    }
+}
+
+std::wstring from_ansi_safe(const std::string& text) {
+    try {
+        return from_ansi(text);
+    } catch (const std::exception&) {
+        return L"ANSI -> UNICODE failed.";
+    }
+}
+
+std::string ansi_to_utf8(const std::string& text) {
+    try {
+        return to_utf8(from_ansi(text));
+    } catch (const std::exception&) {
+        return text;
+    }
+}
+
+}  // namespace util
