@@ -1,0 +1,11 @@
+// Oracle's SQL functions on SQLite.
+#pragma once
+
+namespace sandbox::oci {
+
+class served_instance_t;
+
+/// TO_CHAR, SYS_EXTRACT_UTC, SYS_CONTEXT. The instance outlives its database's connection.
+void add_functions(served_instance_t& instance);
+
+}  // namespace sandbox::oci

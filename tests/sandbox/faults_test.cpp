@@ -1,0 +1,175 @@
+// Faults, the journal, leaks, and several processes at once.
+#include <dlfcn.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "tests/sandbox/fixture.h"
+
+using client::session_t;
+
+namespace {
+
+class Faults : public SandboxTest {
+  protected:
+    void SetUp() override { add(instance("ORCL")); }
+};
+
+TEST_F(Faults, StrikeAtTheNthCallAcrossSessions) {
+    sandbox::set_fault(directory, "*", sandbox::ora("OCIServerAttach", 12535, 2));
+    sandbox::set_fault(directory, "ORCL", sandbox::ora("SELECT%V$DATABASE", 1555, 2));
+    sandbox::set_fault(directory, "ORCL", sandbox::status("OCISessionEnd", -24200, 0));
+    EXPECT_EQ(session_t("ORCL").code, 0);
+    EXPECT_EQ(session_t("ORCL").code, 12535);
+    session_t oracle("ORCL");
+    EXPECT_EQ(oracle.value("SELECT NAME FROM V$DATABASE"), "ORCL");
+    EXPECT_EQ(oracle.value("SELECT STATUS FROM V$INSTANCE"), "OPEN");
+    EXPECT_EQ(oracle.value("SELECT DBID FROM V$DATABASE"), "(none)");
+    EXPECT_EQ(oracle.code, 1555);
+    EXPECT_NE(oracle.value("SELECT DBID FROM V$DATABASE"), "(none)");
+    EXPECT_EQ(OCISessionEnd(oracle.service, oracle.error, oracle.session, OCI_DEFAULT), -24200);
+    EXPECT_EQ(OCISessionEnd(oracle.service, oracle.error, oracle.session, OCI_DEFAULT), -24200);
+    sandbox::clear_faults(directory);
+    sandbox::set_fault(directory, "ORCL", sandbox::ora("OCIEnvCreate", 600));
+    EXPECT_EQ(session_t("ORCL").code, OCI_ERROR);
+    sandbox::set_fault(directory, "ORCL", {"OCIErrorGet", 1, sandbox::fault_kind::delay, 30, ""});
+    session_t late("ORCL");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(late.run("ALTER DATABASE MOUNT"), 1100);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+}
+
+TEST_F(Faults, AHungCallHoldsNothing) {
+    sandbox::set_fault(directory, "ORCL", sandbox::hang("OCIStmtFetch2"));
+    // The child's thread never comes back; the process ends under it.
+    const pid_t child = fork();
+    if (child == 0) {
+        session_t oracle("ORCL");
+        oracle.abandoned = true;
+        std::thread([&] { oracle.value("SELECT NAME FROM V$DATABASE"); }).detach();
+        while (sandbox::read_journal(directory).back().detail != "hang") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        session_t other("ORCL");
+        const bool usable = other.run("CREATE DIRECTORY D AS 'C:\\'") == 0 &&
+                            other.value("SELECT NAME FROM V$DATABASE") == "ORCL";
+        _exit(usable ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Faults, ACrashIsAFaultOfTheProcessor) {
+    const std::pair<sandbox::fault_kind, int> cases[] = {{sandbox::fault_kind::crash, SIGSEGV},
+                                                         {sandbox::fault_kind::divide, SIGFPE}};
+    for (const auto& [kind, signal_number] : cases) {
+        sandbox::set_fault(directory, "ORCL", {"OCISessionBegin", 1, kind, 0, ""});
+        const pid_t child = fork();
+        if (child == 0) {
+            signal(signal_number, [](int) { _exit(42); });
+            session_t oracle("ORCL");
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 42) << status;
+    }
+}
+
+TEST_F(Faults, TheJournalHasEveryCallAndNoPassword) {
+    {
+        session_t oracle("ORCL", "system", "manager", OCI_DEFAULT);
+        oracle.value("SELECT NAME\n\tFROM V$DATABASE");
+    }
+    std::string entries;
+    for (const auto& record : sandbox::read_journal(directory)) {
+        EXPECT_EQ(record.pid, getpid());
+        EXPECT_EQ(record.sid, "ORCL");
+        entries += record.entry.substr(3) + " ";
+    }
+    EXPECT_EQ(entries,
+              "EnvCreate HandleAlloc HandleAlloc HandleAlloc HandleAlloc ServerAttach AttrSet "
+              "AttrSet AttrSet AttrSet SessionBegin HandleAlloc StmtPrepare DefineByPos "
+              "StmtExecute StmtFetch2 StmtFetch2 HandleFree SessionEnd ServerDetach HandleFree "
+              "HandleFree HandleFree HandleFree HandleFree ");
+    EXPECT_EQ(sandbox::executed_statements(directory, "ORCL"),
+              std::vector<std::string>{"SELECT NAME\n\tFROM V$DATABASE"});
+    std::ifstream file(sandbox::journal_file(directory));
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    EXPECT_EQ(text.find("manager"), std::string::npos);
+    sandbox::clear_journal(directory);
+    setenv("ORALIB_JOURNAL", "0", 1);
+    session_t("ORCL").value("SELECT NAME FROM V$DATABASE");
+    EXPECT_TRUE(sandbox::read_journal(directory).empty());
+    unsetenv("ORALIB_JOURNAL");
+    std::ofstream(directory / "oracle/journal.off");
+    session_t("ORCL").value("SELECT NAME FROM V$DATABASE");
+    EXPECT_TRUE(sandbox::read_journal(directory).empty());
+}
+
+TEST_F(Faults, LeakedHandlesAreNoted) {
+    {
+        session_t oracle("ORCL");
+        auto* forgotten = oracle.prepare("SELECT NAME FROM V$DATABASE");
+        char text[8];
+        OCIDefine* define = nullptr;
+        OCIDefineByPos(forgotten, &define, oracle.error, 1, text, 8, SQLT_STR, nullptr, nullptr,
+                       nullptr, OCI_DEFAULT);
+    }
+    EXPECT_EQ(sandbox::read_leaks(directory), std::vector<std::string>{"STMT 1, DEFINE 1"});
+}
+
+TEST_F(Faults, TheClientCanBeUnloadedAndNotesWhatWasLeft) {
+    const std::string times = (directory / "times").string();
+    setenv("ORALIB_OCI_TIMES", times.c_str(), 1);
+    setenv("ORACLE_SID", "ORCL", 1);
+    // A copy under another name is a library of its own, which this process can let go.
+    const auto copy = directory / "client.so";
+    std::filesystem::copy_file(CLIENT_LIBRARY, copy);
+    for (int i = 0; i < 3; ++i) {
+        void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        auto* create = reinterpret_cast<decltype(&OCIEnvCreate)>(dlsym(library, "OCIEnvCreate"));
+        OCIEnv* env = nullptr;
+        EXPECT_EQ(create(&env, OCI_THREADED, nullptr, nullptr, nullptr, nullptr, 0, nullptr), 0);
+        dlclose(library);
+        EXPECT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+    }
+    EXPECT_EQ(sandbox::read_leaks(directory), std::vector<std::string>(3, "ENV 1"));
+    std::ifstream file(times);
+    std::string line;
+    ASSERT_TRUE(std::getline(file, line));
+    EXPECT_NE(line.find(" calls=1"), std::string::npos) << line;
+    unsetenv("ORALIB_OCI_TIMES");
+}
+
+TEST_F(Faults, ProcessesShareASandbox) {
+    std::vector<pid_t> children;
+    sandbox::set_fault(directory, "ORCL", sandbox::ora("CREATE DIRECTORY%", 1, 25));
+    for (int i = 0; i < 4; ++i) {
+        children.push_back(fork());
+        if (children.back() == 0) {
+            int failures = 0;
+            for (int n = 0; n < 10; ++n) {
+                session_t oracle("ORCL");
+                const std::string name = "D" + std::to_string(i) + "_" + std::to_string(n);
+                failures += oracle.run("CREATE DIRECTORY " + name + " AS 'C:\\'") != 0;
+            }
+            _exit(failures);
+        }
+    }
+    int failures = 0;
+    for (const pid_t child : children) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFEXITED(status));
+        failures += WEXITSTATUS(status);
+    }
+    EXPECT_EQ(failures, 1);
+    EXPECT_EQ(sandbox::query_sql(directory, "ORCL", "SELECT COUNT(*) FROM DBA_DIRECTORIES"), "39");
+}
+
+}  // namespace
