@@ -1,0 +1,97 @@
+#include "road/module.h"
+
+#include <dlfcn.h>
+
+#include <codecvt>
+#include <locale>
+#include <stdexcept>
+
+namespace road {
+
+namespace {
+
+using converter_t = std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>;
+
+}  // namespace
+
+std::u16string to_utf16(const std::string& text) {
+    return converter_t().from_bytes(text);
+}
+
+std::string to_utf8(const oralib_char* text) {
+    return text ? converter_t().to_bytes(text) : nothing;
+}
+
+module_t::module_t() : m_module(dlopen(ORALIB_MODULE, RTLD_NOW | RTLD_LOCAL)) {
+    if (!m_module) {
+        throw std::runtime_error(dlerror());
+    }
+}
+
+module_t::~module_t() {
+    dlclose(m_module);
+}
+
+void* module_t::find(const char* name) const {
+    return dlsym(m_module, name);
+}
+
+void module_t::free(oralib_char* text) {
+    function<decltype(OracleLibStrFree)>("OracleLibStrFree")(text);
+}
+
+template <typename Call>
+answer_t module_t::take(const Call& call) {
+    oralib_char* result = nullptr;
+    oralib_char* error = nullptr;
+    answer_t answer;
+    answer.code = call(&result, &error);
+    answer.result = to_utf8(result);
+    answer.error = to_utf8(error);
+    free(result);
+    free(error);
+    return answer;
+}
+
+answer_t module_t::init(const std::string& log_name) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleVssInitLib)>("OracleVssInitLib")(to_utf16(log_name).c_str(),
+                                                                        error);
+    });
+}
+
+answer_t module_t::stop() {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleVssStopLib)>("OracleVssStopLib")(error);
+    });
+}
+
+answer_t module_t::explore(const std::string& config, bool pfile, const std::string& user,
+                           const std::string& password) {
+    return take([&](oralib_char** result, oralib_char** error) {
+        return function<decltype(OracleExploreInstances)>("OracleExploreInstances")(
+            pfile, to_utf16(user).c_str(), to_utf16(password).c_str(), to_utf16(config).c_str(),
+            result, error);
+    });
+}
+
+answer_t module_t::logs_folder() {
+    return take([&](oralib_char** result, oralib_char** error) {
+        return function<decltype(OracleGetLogsFolder)>("OracleGetLogsFolder")(result, error);
+    });
+}
+
+answer_t module_t::asm_exists(bool& exists) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleCheckIfAsmExist)>("OracleCheckIfAsmExist")(&exists, error);
+    });
+}
+
+answer_t module_t::test(const std::string& log_name) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleTest)>("OracleTest")(nullptr, nullptr,
+                                                            to_utf16(log_name).c_str(), error);
+    });
+}
+
+}  // namespace road

@@ -1,0 +1,54 @@
+// The module as a host has it: loaded at run time, its functions found by name, its texts UTF-16.
+#pragma once
+
+#include <string>
+
+#include "oralib/oralib.h"
+
+namespace road {
+
+std::u16string to_utf16(const std::string& text);
+std::string to_utf8(const oralib_char* text);
+
+/// What one call gave: the result, and the texts it stored, "(null)" where it stored none.
+struct answer_t {
+    oralib_result code = ORALIB_OK;
+    std::string result;
+    std::string error;
+};
+
+constexpr const char* nothing = "(null)";
+
+/// The module, loaded for the object's lifetime.
+class module_t {
+  public:
+    module_t();
+    ~module_t();
+    module_t(const module_t&) = delete;
+    module_t& operator=(const module_t&) = delete;
+
+    answer_t init(const std::string& log_name);
+    answer_t stop();
+    answer_t explore(const std::string& config = "", bool pfile = false,
+                     const std::string& user = "", const std::string& password = "");
+    answer_t logs_folder();
+    answer_t asm_exists(bool& exists);
+    answer_t test(const std::string& log_name);
+    void free(oralib_char* text);
+
+    /// The address of an export.
+    void* find(const char* name) const;
+
+    template <typename Function>
+    Function* function(const char* name) const {
+        return reinterpret_cast<Function*>(find(name));
+    }
+
+  private:
+    template <typename Call>
+    answer_t take(const Call& call);
+
+    void* m_module;
+};
+
+}  // namespace road

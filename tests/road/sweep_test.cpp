@@ -1,0 +1,160 @@
+// Fails each call of explore once: no crash, nothing leaked, and the promise of the export holds.
+#include <cstdlib>
+#include <map>
+
+#include "road/road.h"
+
+namespace road {
+namespace {
+
+class Sweep : public Road {
+  protected:
+    Sweep() {
+        expect_in_log("");  // anything may fail here
+        sandbox::home_t home = home19();
+        home.with_srvctl = true;
+        server.add_home(home);
+        sandbox::instance_t database = instance("ORCL");
+        database.pdbs.resize(1);
+        database.pdbs[0].name = "SALES";
+        database.users = {{"backup_user", distinctive_password, true}};
+        server.add_instance(home, database);
+        sandbox::instance_t storage = instance("+ASM");
+        storage.is_asm = true;
+        storage.asm_groups = {{"DATA", {{"\\\\.\\DISK0"}}}};
+        storage.users = {{"backup_user", distinctive_password, true}};
+        server.add_instance(home, storage);
+        set("OracleConnectionTimeout", 60);
+        server.write();
+    }
+
+    // What holds after any single failure.
+    void check(const answer_t& answer) const {
+        if (answer.code == ORALIB_OK) {
+            const document_t document(answer.result);
+            EXPECT_EQ(validate(answer.result, "explore.xsd"), "");
+        } else {
+            ASSERT_EQ(answer.code, ORALIB_FAILED);
+            EXPECT_EQ(answer.result, nothing);
+            EXPECT_NE(answer.error, nothing);
+        }
+        EXPECT_EQ((answer.result + answer.error).find(distinctive_password), std::string::npos);
+    }
+};
+
+TEST_F(Sweep, EachCallOfTheClientFailsOnce) {
+    server.write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    const auto run = [&] { return module.explore("", true, "backup_user", distinctive_password); };
+    const answer_t clean = run();
+    ASSERT_EQ(clean.code, ORALIB_OK);
+
+    std::map<std::string, std::uint32_t> counts;
+    for (const sandbox::record_t& record : sandbox::read_journal(folder)) {
+        counts[record.entry] += record.sid == "ORCL" ? 1u : 0u;
+    }
+    ASSERT_GE(counts.size(), 12u);
+    unsigned failures = 0;
+    for (const auto& [entry, count] : counts) {
+        if (entry.rfind("OCI", 0) != 0) {
+            continue;
+        }
+        for (std::uint32_t nth = 1; nth <= count; ++nth) {
+            for (const sandbox::fault_t& fault :
+                 {sandbox::ora(entry, 600, nth), sandbox::status(entry, -2, nth)}) {
+                SCOPED_TRACE(entry + " " + std::to_string(nth));
+                sandbox::set_fault(folder, "ORCL", fault);
+                const answer_t answer = run();
+                check(answer);
+                ASSERT_EQ(answer.code, ORALIB_OK) << "one instance never fails the whole";
+                const document_t document(answer.result);
+                EXPECT_NE(document.find("home/asm[+ASM]"), nullptr);
+                failures += document.attribute("home/database[ORCL]", "isError") == "true";
+                sandbox::clear_faults(folder);
+                sandbox::clear_journal(folder);
+            }
+        }
+    }
+    EXPECT_GT(failures, 20u);
+    EXPECT_EQ(readable(run().result), readable(clean.result));
+}
+
+TEST_F(Sweep, EachCallOfThePlatformFailsOnce) {
+    const char* const functions[] = {
+        "CoCreateGuid",
+        "CreateDirectoryW",
+        "CreateEventA",
+        "CreateFileW",
+        "CreatePipe",
+        "CreateProcessW",
+        "GetComputerNameExW",
+        "GetExitCodeProcess",
+        "GetFileSizeEx",
+        "GetModuleFileNameA",
+        "GetProcAddress",
+        "GetProcessId",
+        "GetTimeZoneInformation",
+        "GetVersionExA",
+        "LoadLibraryA",
+        "MultiByteToWideChar",
+        "OpenThreadToken",
+        "ReadFile",
+        "RegEnumKeyExW",
+        "RegOpenKeyExW",
+        "RegQueryInfoKeyW",
+        "RegQueryValueExA",
+        "RegQueryValueExW",
+        "SHGetFolderPathW",
+        "SetEvent",
+        "SetFilePointerEx",
+        "SetHandleInformation",
+        "UuidToStringW",
+        "WaitForSingleObject",
+        "WideCharToMultiByte",
+        "WriteFile",
+    };
+    constexpr unsigned access_denied = 5;
+    constexpr unsigned most = 40;
+    const std::filesystem::path report = folder / "handles.txt";
+    setenv("ORALIB_HANDLE_REPORT", report.c_str(), 1);
+    for (const char* function : functions) {
+        unsigned nth = 1;
+        for (; nth <= most; ++nth) {
+            SCOPED_TRACE(std::string(function) + " " + std::to_string(nth));
+            std::filesystem::remove(report);
+            std::filesystem::remove_all(folder / "drives/c/ProgramData/Tarny");
+            const std::string fault = std::string(function) + ":" + std::to_string(nth) + ":" +
+                                      std::to_string(access_denied);
+            setenv("ORALIB_PLATFORM_FAULT", fault.c_str(), 1);
+            {
+                module_t module;
+                const answer_t init = module.init(log_name);
+                ASSERT_TRUE(init.code == ORALIB_OK || init.code == ORALIB_FAILED);
+                check(module.explore("", true, "backup_user", distinctive_password));
+            }
+            const std::string handles = read_file(report);
+            ASSERT_NE(handles, "");
+            for (const char* kind :
+                 {"files=0", "keys=0", "pipes=0", "processes=0", "threads=0", "tokens=0"}) {
+                EXPECT_NE(handles.find(kind), std::string::npos) << handles;
+            }
+            // A thread given up on keeps what it shared with its waiter: one event.
+            EXPECT_TRUE(handles.find("events=0") != std::string::npos ||
+                        (std::string(function) == "OpenThreadToken" &&
+                         handles.find("events=1") != std::string::npos) ||
+                        (std::string(function) == "SetEvent" &&
+                         handles.find("events=1") != std::string::npos))
+                << handles;
+            if (handles.find("fault=unspent") != std::string::npos) {
+                break;
+            }
+        }
+        EXPECT_GT(nth, 1u) << function << " is never called: the sweep has lost it";
+    }
+    unsetenv("ORALIB_PLATFORM_FAULT");
+    unsetenv("ORALIB_HANDLE_REPORT");
+}
+
+}  // namespace
+}  // namespace road
