@@ -8,10 +8,26 @@
 
 namespace platform {
 
+namespace {
+
+// The interpreter's own command: waits for the operator's line, or the end of standard input.
+int pause_for_operator() {
+    std::printf("Press Enter to continue . . . ");
+    std::fflush(stdout);
+    for (int c = std::getchar(); c != '\n' && c != EOF;) {
+        c = std::getchar();
+    }
+    std::printf("\n");
+    return 0;
+}
+
+}  // namespace
+
 const char* const client_library_name = "libclntsh.so";
 
 int run_system(const std::string& ansi_command) {
     if (failing(__func__)) return -1;
+    if (ansi_command == "pause") return pause_for_operator();
     spawn_request request;
     descriptor_owner output;
     interpret_command(widen_ansi(ansi_command), request, output);
