@@ -102,7 +102,7 @@ void COracleAgentConfig::log_config() const {
     log.line("DisableOracleProcessing: %1", util::to_string(m_disable_oracle_processing));
     log.line("UseOracleAutostartOption: %1", util::to_string(m_use_oracle_autostart_option));
     log.line("OracleSkipNoArchiveLogDB: %1", util::to_string(m_skip_no_archive_log_db));
-    log.line("OracleTempLogPath: %1", util::to_ansi(m_temp_log_path));
+    log.line("OracleTempLogPath: %1", util::to_ansi_safe(m_temp_log_path));
     log.line("=======================");
 }
 

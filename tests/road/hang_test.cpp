@@ -85,6 +85,17 @@ TEST_F(Hang, TheThreadGivenUpOnNeverCallsTheClientAgain) {
     EXPECT_EQ(journal_calls_of_threads_that("OCISessionBegin"), calls);
 }
 
+TEST_F(Hang, LeavesNoHandleBehind) {
+    expect_in_log("Failed to gather database props for SID: BBB");
+    const std::filesystem::path report = folder / "handles.txt";
+    setenv("ORALIB_HANDLE_REPORT", report.c_str(), 1);
+    sandbox::set_fault(folder, "BBB", sandbox::hang("OCIServerAttach"));
+    explore();
+    EXPECT_EQ(read_file(report),
+              "events=0 files=0 keys=0 pipes=0 processes=0 threads=0 tokens=0\n");
+    unsetenv("ORALIB_HANDLE_REPORT");
+}
+
 TEST_F(Hang, TheModuleUnloadsAndTheProcessEnds) {
     expect_in_log("Failed to gather database props for SID: BBB");
     server.write();

@@ -26,12 +26,17 @@ void bind(HMODULE library, const char* name, Entry& entry) {
     }
 }
 
+// Never given back: a client library keeps threads and exit handlers of its own.
+HMODULE g_library = nullptr;
+
 void bind_all() {
-    // Never given back: a client library keeps threads and exit handlers of its own.
-    const HMODULE library = LoadLibraryA(platform::client_library_name);
-    if (!library) {
+    if (!g_library) {
+        g_library = LoadLibraryA(platform::client_library_name);
+    }
+    if (!g_library) {
         RaiseException(delay_load_module_not_found, 0, 0, nullptr);
     }
+    const HMODULE library = g_library;
     SOciEntryPoints& oci = g_entry_points;
     bind(library, "OCIEnvCreate", oci.EnvCreate);
     bind(library, "OCIHandleAlloc", oci.HandleAlloc);

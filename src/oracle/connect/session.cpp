@@ -45,24 +45,34 @@ void COracleSession::init(ub4 mode) {
         env = COracleEnv::create();
         service_context = env->alloc_handle(OCI_HTYPE_SVCCTX);
         server = env->alloc_handle(OCI_HTYPE_SERVER);
+        throw_if_abandoned();
         init_server();
         init_session();
 
+        throw_if_abandoned();
         const auto oci = get_interface();
         const sword status =
             (*oci)->SessionBegin(service_context->get<OCISvcCtx>(), env->error_handle(),
                                  session_handle->get<OCISession>(),
                                  login.user.empty() ? OCI_CRED_EXT : OCI_CRED_RDBMS, mode);
-        if (status == OCI_SUCCESS) {
+        if (status == OCI_SUCCESS && !abandoned) {
             env->check((*oci)->AttrSet(service_context->get(), OCI_HTYPE_SVCCTX,
                                        session_handle->get(), 0, OCI_ATTR_SESSION,
                                        env->error_handle()));
         }
+        throw_if_abandoned();
         instance_down = env->check(status, ora_not_available) == ora_not_available;
         begun = true;
         scope.ok();
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to create oracle session.", e);
+    }
+}
+
+// The thread that connects may come back after it was given up on.
+void COracleSession::throw_if_abandoned() const {
+    if (abandoned) {
+        throw exc::runtime_exc_t(std::string("The session has been abandoned."));
     }
 }
 

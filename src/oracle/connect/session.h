@@ -52,6 +52,7 @@ class COracleSession {
     void abandon() { abandoned = true; }
 
   private:
+    void throw_if_abandoned() const;
     void init_server();
     void init_session();
     void load_version();

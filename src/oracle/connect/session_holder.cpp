@@ -1,5 +1,6 @@
 #include "oracle/connect/session_holder.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -47,6 +48,8 @@ void set_env_variable(const wchar_t* name, const std::wstring& value) {
 
 // Shared with the init thread, which may outlast the holder when it cannot be ended.
 struct COracleSessionHolder::SState {
+    std::atomic<DWORD> thread_id{0};
+    std::atomic<bool> given_up{false};          // set under ready_mutex
     boost::shared_ptr<COracleSession> session;  // under ready_mutex until ready
     std::wstring home;
     std::wstring sid;
@@ -67,18 +70,18 @@ class COracleSessionHolder::CInitThread {
   public:
     explicit CInitThread(boost::shared_ptr<SState> shared_state)
         : state(std::move(shared_state)),
-          thread(platform::start_thread([shared = state] { run(*shared); })) {}
+          share(boost::make_shared<boost::shared_ptr<SState>>(state)),
+          thread(platform::start_thread([held = share] { run(**held); })) {}
 
     ~CInitThread() {
-        if (!thread->joinable()) {
-            return;  // ended by force, and so detached
-        }
         {
             const boost::lock_guard<boost::mutex> lock(state->stop_mutex);
             state->stop = true;
         }
         state->stop_cond.notify_all();
-        thread->join();
+        if (thread->joinable()) {  // one that was given up on is detached
+            thread->join();
+        }
     }
 
     void update_token() {
@@ -104,23 +107,32 @@ class COracleSessionHolder::CInitThread {
 
     void terminate() {
         log_scope_t scope(g_oralib_log, "Terminating oracle init thread");
-        const DWORD error = terminate_thread(*thread);
+        const DWORD error = terminate_thread(*thread, state->thread_id);
         if (error != ERROR_SUCCESS) {
             throw exc::win_sys_exc_t("Failed to terminate oracle session init thread", error);
         }
+        // The thread's own reference is lost with its stack; the logon must not be.
+        share->reset();
         scope.ok();
     }
 
   private:
     static void run(SState& state) {
+        state.thread_id = GetCurrentThreadId();
         try {
             state.token_ready.wait(token_wait_ms);
+            if (state.given_up) {
+                return;
+            }
             set_env_variable(L"ORACLE_HOME", state.home);
             set_env_variable(L"ORACLE_SID", state.sid);
             get_interface();
             connect_guarded(state);
             set_ready(state);
         } catch (const std::exception& e) {
+            if (state.given_up) {
+                return;
+            }
             g_oralib_log.log_exception_thread("Oracle session init thread failed", e);
             state.init_error = exc::capture_exception(e);
             set_ready(state);
@@ -141,10 +153,17 @@ class COracleSessionHolder::CInitThread {
     // A fault leaves no exception behind: the session shows that it never began.
     static void connect_guarded(SState& state) {
         DWORD fault = 0;
+        const std::uint32_t depth = logging::get_depth();
         if (platform::call_guarded([](void* context) { connect(*static_cast<SState*>(context)); },
                                    &state, fault)) {
             return;
         }
+        if (state.given_up) {
+            return;
+        }
+        // The scopes in between were left without their ends.
+        logging::set_depth(depth);
+        logging::forget_scopes(g_oralib_log, state.thread_id);
         if (fault == delay_load_module_not_found || fault == delay_load_entry_point_not_found) {
             g_oralib_log.warning("Failed to load OCI library");
         } else {
@@ -164,7 +183,7 @@ class COracleSessionHolder::CInitThread {
         log_scope_t scope(g_oralib_log, "Trying to initialize oracle interface");
         const ub4 mode = state.prelim ? OCI_PRELIM_AUTH : OCI_DEFAULT;
         try {
-            start_session(state)->init(OCI_SYSDBA | mode);
+            start_session(state).init(OCI_SYSDBA | mode);
         } catch (const COracleExc& e) {
             if (state.login.user.empty()) {
                 throw;
@@ -173,23 +192,26 @@ class COracleSessionHolder::CInitThread {
                 "Failed to connect as SYSDBA: insufficient privileges or channel error. "
                 "Connecting by default. Login: %1",
                 state.login.user, e);
-            start_session(state)->init(mode);
+            start_session(state).init(mode);
         }
         scope.ok();
     }
 
-    // The session is in the state before any OCI call, so that a waiter who gives up finds it.
-    static boost::shared_ptr<COracleSession> start_session(SState& state) {
+    // The session is in the state before any OCI call, so that a waiter who gives up finds it. No
+    // reference stays on this thread's stack, which is lost if the thread is ended.
+    static COracleSession& start_session(SState& state) {
         auto session = boost::make_shared<COracleSession>(state.login);
-        boost::shared_ptr<COracleSession> previous = session;
-        {
-            const boost::lock_guard<boost::mutex> lock(state.ready_mutex);
-            state.session.swap(previous);
+        COracleSession& started = *session;
+        const boost::lock_guard<boost::mutex> lock(state.ready_mutex);
+        if (state.given_up) {
+            throw COracleInitTimeoutExc("Failed to wait oracle session initialization");
         }
-        return session;
+        state.session.swap(session);
+        return started;
     }
 
     boost::shared_ptr<SState> state;
+    boost::shared_ptr<boost::shared_ptr<SState>> share;  // what the thread holds of the state
     boost::shared_ptr<boost::thread> thread;
 };
 
@@ -250,6 +272,7 @@ void COracleSessionHolder::connect() {
 
 // Runs under ready_mutex, which the init thread then cannot die holding.
 void COracleSessionHolder::give_up() {
+    state->given_up = true;
     if (state->session) {
         state->session->abandon();
     }

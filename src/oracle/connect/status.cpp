@@ -1,5 +1,6 @@
 #include "oracle/connect/status.h"
 
+#include <atomic>
 #include <exception>
 #include <sstream>
 
@@ -27,8 +28,12 @@ namespace {
 // What the probe thread brings home. Its own, not the caller's frame: a thread that could not be
 // ended may still write to it.
 struct probe_t {
+    probe_t(boost::shared_ptr<COracleSession> probed, EStatusKind probe_kind)
+        : session(std::move(probed)), kind(probe_kind) {}
+
     boost::shared_ptr<COracleSession> session;
     EStatusKind kind;
+    std::atomic<DWORD> thread_id{0};
     std::wstring status;
     boost::shared_ptr<exc::exc_base_t> error;
 };
@@ -64,6 +69,7 @@ std::wstring query_status(const COracleSession& session, EStatusKind kind) {
 }
 
 void run_probe(probe_t& probe) {
+    probe.thread_id = GetCurrentThreadId();
     try {
         probe.status = query_status(*probe.session, probe.kind);
     } catch (const std::exception& e) {
@@ -80,10 +86,10 @@ std::string thread_number(const boost::thread& thread) {
     return util::to_string(static_cast<std::uint64_t>(number));
 }
 
-void terminate_probe(boost::thread& thread) {
+void terminate_probe(boost::thread& thread, DWORD thread_id) {
     const std::string number = thread_number(thread);
     log_scope_t scope(g_oralib_log, "Terminating thread %1", number);
-    const DWORD error = terminate_thread(thread);
+    const DWORD error = terminate_thread(thread, thread_id);
     if (error != ERROR_SUCCESS) {
         throw exc::win_sys_exc_t("Failed to terminate thread %1", number, error);
     }
@@ -98,15 +104,17 @@ void get_status(boost::shared_ptr<exc::exc_base_t>& error_slot, std::wstring& st
         log_scope_t scope(g_oralib_log, "Getting oracle %1 status", kind_word(kind));
         error_slot.reset();
         status.clear();
-        const auto probe = boost::make_shared<probe_t>(probe_t{session, kind, {}, {}});
-        const auto thread = platform::start_thread([probe] { run_probe(*probe); });
+        const auto probe = boost::make_shared<probe_t>(session, kind);
+        const auto share = boost::make_shared<boost::shared_ptr<probe_t>>(probe);
+        const auto thread = platform::start_thread([share] { run_probe(**share); });
 
         const boost::system_time deadline =
             boost::posix_time::microsec_clock::universal_time() +
             boost::posix_time::seconds(COracleAgentConfig::instance().OracleConnectionTimeout());
         if (!thread->timed_join(deadline)) {
             session->abandon();
-            terminate_probe(*thread);
+            terminate_probe(*thread, probe->thread_id);
+            share->reset();  // what the thread held is lost with its stack
             throw COracleStatusQueryTimeoutExc(
                 "Failed to wait checking if oracle instance is opened");
         }

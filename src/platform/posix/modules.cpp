@@ -35,8 +35,48 @@ const system_module system_modules[] = {
     {L"NTDLL", "RtlGetVersion", reinterpret_cast<FARPROC>(&RtlGetVersion)},
 };
 
+struct loaded_library {
+    void* handle;
+    std::vector<address_range> code;
+};
+
 std::mutex g_mutex;
-std::vector<void*> g_loaded;  // one entry for each LoadLibrary that was not given back
+std::vector<loaded_library> g_loaded;  // one for each LoadLibrary that was not given back
+
+struct range_search {
+    std::uintptr_t base;
+    std::vector<address_range> ranges;
+};
+
+int collect_ranges(dl_phdr_info* info, std::size_t, void* context) {
+    auto& search = *static_cast<range_search*>(context);
+    if (info->dlpi_addr != search.base) return 0;
+    for (unsigned i = 0; i < info->dlpi_phnum; ++i) {
+        const auto& segment = info->dlpi_phdr[i];
+        if (segment.p_type != PT_LOAD || !(segment.p_flags & PF_X)) continue;
+        const std::uintptr_t begin = info->dlpi_addr + segment.p_vaddr;
+        search.ranges.push_back({begin, begin + segment.p_memsz});
+    }
+    return 1;
+}
+
+std::vector<address_range> code_of(const link_map* map) {
+    range_search search = {map->l_addr, {}};
+    dl_iterate_phdr(collect_ranges, &search);
+    return search.ranges;
+}
+
+std::vector<address_range> find_own_code() {
+    Dl_info self;
+    link_map* map = nullptr;
+    return dladdr1(&g_mutex, &self, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) != 0
+               ? code_of(map)
+               : std::vector<address_range>();
+}
+
+// Looked up while modules are loaded and never when a thread is ended: that thread may hang inside
+// the loader, with its lock.
+const std::vector<address_range> g_own_code = find_own_code();
 
 const system_module* find_system_module(const std::wstring& name) {
     std::wstring folded = fold(name);
@@ -78,8 +118,11 @@ HMODULE load(const std::wstring& name) {
         SetLastError(no_library ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
+    link_map* map = nullptr;
+    loaded_library loaded = {library, {}};
+    if (dlinfo(library, RTLD_DI_LINKMAP, &map) == 0) loaded.code = code_of(map);
     const layer_lock lock(g_mutex);
-    g_loaded.push_back(library);
+    g_loaded.push_back(std::move(loaded));
     return as_module(library);
 }
 
@@ -94,45 +137,21 @@ HMODULE loaded_module(const std::wstring& name) {
     return as_module(library);
 }
 
-struct range_search {
-    std::vector<std::uintptr_t> bases;
-    address_range* ranges;
-    unsigned capacity;
-    unsigned count;
-};
-
-int collect_ranges(dl_phdr_info* info, std::size_t, void* context) {
-    auto& search = *static_cast<range_search*>(context);
-    if (std::find(search.bases.begin(), search.bases.end(), info->dlpi_addr) ==
-        search.bases.end()) {
-        return 0;
-    }
-    for (unsigned i = 0; i < info->dlpi_phnum && search.count < search.capacity; ++i) {
-        const auto& segment = info->dlpi_phdr[i];
-        if (segment.p_type != PT_LOAD || !(segment.p_flags & PF_X)) continue;
-        const std::uintptr_t begin = info->dlpi_addr + segment.p_vaddr;
-        search.ranges[search.count++] = {begin, begin + segment.p_memsz};
-    }
-    return 0;
-}
-
 }  // namespace
 
 unsigned own_code(address_range* ranges, unsigned capacity) {
-    range_search search = {{}, ranges, capacity, 0};
-    Dl_info self;
-    link_map* map = nullptr;
-    if (dladdr1(&g_mutex, &self, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) != 0) {
-        search.bases.push_back(map->l_addr);
-    }
-    {
-        const layer_lock lock(g_mutex);
-        for (void* library : g_loaded) {
-            if (dlinfo(library, RTLD_DI_LINKMAP, &map) == 0) search.bases.push_back(map->l_addr);
+    unsigned count = 0;
+    const auto add = [&](const std::vector<address_range>& code) {
+        for (const address_range& range : code) {
+            if (count < capacity) ranges[count++] = range;
         }
+    };
+    add(g_own_code);
+    const layer_lock lock(g_mutex);
+    for (const loaded_library& library : g_loaded) {
+        add(library.code);
     }
-    dl_iterate_phdr(collect_ranges, &search);
-    return search.count;
+    return count;
 }
 
 }  // namespace platform
@@ -152,7 +171,10 @@ BOOL FreeLibrary(HMODULE module) {
     if (is_system_module(module)) return TRUE;
     {
         const layer_lock lock(g_mutex);
-        const auto found = std::find(g_loaded.begin(), g_loaded.end(), static_cast<void*>(module));
+        const auto found =
+            std::find_if(g_loaded.begin(), g_loaded.end(), [&](const loaded_library& library) {
+                return library.handle == static_cast<void*>(module);
+            });
         if (found == g_loaded.end()) return fail(ERROR_MOD_NOT_FOUND);
         g_loaded.erase(found);
     }

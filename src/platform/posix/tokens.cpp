@@ -53,29 +53,31 @@ class thread_token {
         } else if (self) {
             record = self->self;
         } else {
-            if (!t_token) t_token = new token_ref;
-            own = t_token;
+            own = &t_token;
         }
         tid = record ? record->id() : gettid();
     }
     explicit operator bool() const { return record || own; }
     token_ref get() const {
         const layer_lock lock(g_mutex);
-        return record ? std::static_pointer_cast<token_object>(record->token) : *own;
+        if (record) return std::static_pointer_cast<token_object>(record->token);
+        return *own ? **own : nullptr;
     }
     void set(const token_ref& token) const {
         const layer_lock lock(g_mutex);
         if (record) {
             record->token = token;
         } else {
-            *own = token;
+            // Nothing runs at the thread's end, so nothing is kept beyond the token's time.
+            delete *own;
+            *own = token ? new token_ref(token) : nullptr;
         }
         show_account(tid, token);
     }
 
   private:
     std::shared_ptr<thread_object> record;
-    token_ref* own = nullptr;
+    token_ref** own = nullptr;
     pid_t tid = 0;
 };
 

@@ -4,6 +4,10 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <map>
+#include <mutex>
+#include <utility>
+
 #include "platform/posix/handles.h"
 #include "platform/posix/text.h"
 
@@ -25,12 +29,31 @@ std::string name_of(UINT code_page) {
     return code_page == CP_UTF8 ? "UTF-8" : "CP" + std::to_string(code_page);
 }
 
+// The system's converters that are in use so far, kept open: opening one loads a library.
+struct converters {
+    std::map<std::pair<std::string, std::string>, iconv_t> open;
+    std::mutex mutex;
+
+    ~converters() {
+        for (const auto& [names, handle] : open) {
+            if (handle != closed()) iconv_close(handle);
+        }
+    }
+    static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
+    iconv_t find(const std::string& to, const std::string& from) {
+        const auto [place, is_new] = open.emplace(std::make_pair(to, from), closed());
+        if (is_new) place->second = iconv_open(to.c_str(), from.c_str());
+        return place->second;
+    }
+};
+
+converters g_converters;
+
 class converter {
   public:
     converter(const std::string& to, const std::string& from)
-        : handle(iconv_open(to.c_str(), from.c_str())) {}
-    ~converter() {
-        if (is_open()) iconv_close(handle);
+        : lock(g_converters.mutex), handle(g_converters.find(to, from)) {
+        if (is_open()) iconv(handle, nullptr, nullptr, nullptr, nullptr);
     }
     converter(const converter&) = delete;
     converter& operator=(const converter&) = delete;
@@ -52,8 +75,9 @@ class converter {
     }
 
   private:
-    bool is_open() const { return handle != reinterpret_cast<iconv_t>(-1); }
-    const uninterrupted no_end_here;  // the system's converters are shared and locked
+    bool is_open() const { return handle != converters::closed(); }
+
+    const layer_lock lock;
     const iconv_t handle;
 };
 

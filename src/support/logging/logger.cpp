@@ -49,8 +49,9 @@ log_t::log_t() : format(boost::make_shared<format::line_format_t>()) {}
 
 void log_t::set_name(const std::wstring& log_name) {
     const auto held = hold();
-    if (name.empty()) {
+    if (!named) {
         name = log_name;
+        named = true;
     }
 }
 
@@ -59,6 +60,11 @@ void log_t::install(const boost::shared_ptr<receiver::log_file_t>& sink) {
     receiver = sink;
     enabled = true;
     age_on_write = true;
+}
+
+bool log_t::is_installed() {
+    const auto held = hold();
+    return enabled;
 }
 
 void log_t::write(severity_t severity, const std::string& category, const std::string& text) {

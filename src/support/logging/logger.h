@@ -25,6 +25,7 @@ class log_t {
 
     /// From now on lines are written, to this sink; before, they are dropped.
     void install(const boost::shared_ptr<receiver::log_file_t>& sink);
+    bool is_installed();
     void set_long_format(bool use) { use_long_format = use; }
 
     /// Throws what the sink throws.
@@ -39,6 +40,7 @@ class log_t {
     boost::shared_ptr<receiver::log_file_t> receiver;
     boost::shared_ptr<format::line_format_t> format;
     std::wstring name;
+    bool named = false;
     std::string buffer;
     bool enabled = false;
     bool use_long_format = false;

@@ -54,4 +54,9 @@ void log_scope_t::leave() {
     util::CCommonLibCtx::instance().threadStates.pop();
 }
 
+void forget_scopes(const logger_t& logger, std::uint32_t thread_id) {
+    const auto held = logger.log()->hold();
+    util::CCommonLibCtx::instance().threadStates.forget(thread_id);
+}
+
 }  // namespace logging

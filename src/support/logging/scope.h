@@ -32,4 +32,7 @@ class log_scope_t {
     bool open = true;
 };
 
+/// Takes back what a thread that was left by a fault, or ended by force, had open.
+void forget_scopes(const logger_t& logger, std::uint32_t thread_id);
+
 }  // namespace logging

@@ -89,7 +89,9 @@ void start_log(const std::vector<std::wstring>& args) {
 
     std::printf("LOG: Initializing log file ...\n");
     std::fflush(stdout);
-    if (path.empty()) {
+    if (log->is_installed()) {
+        // A start that failed after this point is being tried again: the log is at hand.
+    } else if (path.empty()) {
         log->install(boost::make_shared<receiver::stdout_log_file_t>());
     } else {
         log->install(win::open_log_file(path));

@@ -30,6 +30,8 @@ class CThreadStatesCollection {
   public:
     void push(const std::string& text);
     void pop();
+    /// For a thread that left its scopes without their ends: by a fault, or by force.
+    void forget(std::uint32_t thread_id) { traces.erase(thread_id); }
     /// A copy; empty for a thread that is in no scope.
     CThreadTrace get(std::uint32_t thread_id) const;
 

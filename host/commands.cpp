@@ -1,0 +1,62 @@
+#include "host/commands.h"
+
+#include <filesystem>
+#include <ostream>
+#include <stdexcept>
+
+#include "host/system.h"
+#include "host/text.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+std::string chosen_sandbox(const arguments_t& arguments) {
+    return arguments.has("--sandbox") ? arguments.get("--sandbox")
+                                      : get_environment("ORALIB_SANDBOX");
+}
+
+fs::path existing_sandbox(const std::string& directory) {
+    if (!fs::exists(fs::u8path(directory) / "registry.reg")) {
+        throw std::runtime_error(directory + " is not a sandbox: it has no registry.reg");
+    }
+    return fs::u8path(directory);
+}
+
+std::unique_ptr<module_t> open_module(const arguments_t& arguments) {
+    const std::string sandbox = chosen_sandbox(arguments);
+    if (!sandbox.empty()) {
+        set_environment("ORALIB_SANDBOX", fs::absolute(existing_sandbox(sandbox)).u8string());
+        // Only the stand-in serves a sandbox. Once it is loaded, the module's own look-up by name
+        // finds it, ahead of a real client library in the loader's search path.
+        const fs::path client = executable_folder() / client_file_name;
+        if (fs::exists(client)) {
+            static const library_t stand_in(client);
+        }
+    }
+    std::string file = arguments.get("--library");
+    if (file.empty()) {
+        file = get_environment("ORALIB_LIBRARY");
+    }
+    const std::string log = arguments.get("--log");
+    try {
+        return std::make_unique<module_t>(
+            file.empty() ? executable_folder() / module_file_name : fs::absolute(fs::u8path(file)),
+            log.empty() ? "oralib-host.log" : log);
+    } catch (const module_error_t& e) {
+        if (!sandbox.empty()) {
+            throw;
+        }
+        throw module_error_t(std::string(e.what()) +
+                             "\nOutside Windows the module needs a sandbox: 'sandbox create DIR' "
+                             "makes one, --sandbox DIR names it.");
+    }
+}
+
+void print_failure(std::ostream& stream, const std::string& text, bool trace) {
+    for (const std::string& line : failure_lines(text, trace)) {
+        stream << "oralib-host: " << line << "\n";
+    }
+}
+
+}  // namespace host

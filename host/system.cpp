@@ -1,0 +1,123 @@
+#include "host/system.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+namespace host {
+
+const char* const module_file_name = "liboralib.so";
+const char* const client_file_name = "libclntsh.so";
+
+std::filesystem::path executable_folder() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+library_t::library_t(const std::filesystem::path& file)
+    : m_library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+    if (!m_library) {
+        throw std::runtime_error(dlerror());
+    }
+}
+
+library_t::~library_t() {
+    dlclose(m_library);
+}
+
+void* library_t::find(const char* name) const {
+    void* const address = dlsym(m_library, name);
+    if (!address) {
+        throw std::runtime_error(dlerror());
+    }
+    return address;
+}
+
+std::string get_environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value ? value : "";
+}
+
+void set_environment(const char* name, const std::string& value) {
+    setenv(name, value.c_str(), 1);
+}
+
+void remove_environment(const char* name) {
+    unsetenv(name);
+}
+
+bool is_error_output_a_terminal() {
+    return isatty(STDERR_FILENO) == 1;
+}
+
+quiet_output_t::quiet_output_t() {
+    std::cout.flush();
+    std::fflush(stdout);
+    m_saved = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere >= 0) {
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
+}
+
+quiet_output_t::~quiet_output_t() {
+    std::cout.flush();
+    std::fflush(stdout);
+    if (m_saved >= 0) {
+        dup2(m_saved, STDOUT_FILENO);
+        close(m_saved);
+    }
+}
+
+namespace {
+
+volatile sig_atomic_t g_interrupted = 0;
+
+void note_signal(int signal) {
+    g_interrupted = signal;
+}
+
+}  // namespace
+
+std::string read_hidden_line(const std::string& prompt) {
+    const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
+    termios shown{};
+    if (terminal < 0 || tcgetattr(terminal, &shown) != 0) {
+        throw std::runtime_error("there is no terminal to ask for the password");
+    }
+    // Ctrl+C must not leave the operator with a terminal that echoes nothing.
+    struct sigaction on_signal {};
+    struct sigaction before {};
+    on_signal.sa_handler = note_signal;
+    sigaction(SIGINT, &on_signal, &before);
+    termios hidden = shown;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(terminal, TCSAFLUSH, &hidden);
+
+    std::ofstream screen("/dev/tty");
+    screen << prompt << std::flush;
+    std::string line;
+    char next = 0;
+    while (read(terminal, &next, 1) == 1 && next != '\n') {
+        line += next;
+    }
+    screen << std::endl;
+
+    tcsetattr(terminal, TCSAFLUSH, &shown);
+    sigaction(SIGINT, &before, nullptr);
+    close(terminal);
+    if (g_interrupted != 0) {
+        raise(g_interrupted);
+    }
+    return line;
+}
+
+}  // namespace host
