@@ -26,6 +26,7 @@ module_t::module_t() : m_module(dlopen(ORALIB_MODULE, RTLD_NOW | RTLD_LOCAL)) {
     if (!m_module) {
         throw std::runtime_error(dlerror());
     }
+    m_free = function<decltype(OracleLibStrFree)>("OracleLibStrFree");
 }
 
 module_t::~module_t() {
@@ -37,7 +38,7 @@ void* module_t::find(const char* name) const {
 }
 
 void module_t::free(oralib_char* text) {
-    function<decltype(OracleLibStrFree)>("OracleLibStrFree")(text);
+    m_free(text);
 }
 
 template <typename Call>

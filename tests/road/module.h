@@ -49,6 +49,7 @@ class module_t {
     answer_t take(const Call& call);
 
     void* m_module;
+    decltype(OracleLibStrFree)* m_free;  // asked for early: the loader may be busy later
 };
 
 }  // namespace road
