@@ -14,7 +14,7 @@ namespace specific::oracle {
 boost::shared_ptr<COracleProps> CAsmInfoCollector::Collect() {
     try {
         logging::log_scope_t scope(logging::g_oralib_log, "Gathering ASM properties for SID: [%1]",
-                                   util::to_ansi(sidRecord->sid));
+                                   util::to_ansi_safe(sidRecord->sid));
         const auto props = boost::make_shared<CAsmInstanceProps>(sidRecord->sid);
         const auto result = holder->get_session()->query()->exec(
             "SELECT D.PATH,DG.NAME,D.MODE_STATUS FROM V$ASM_DISK D, V$ASM_DISKGROUP DG "

@@ -21,7 +21,7 @@ std::wstring FindConfigFile(const SOracleSid& sidRecord) {
         const std::wstring path =
             win::join_path(folder, util::format_message(pattern, sidRecord.sid));
         if (win::path_exists(path)) {
-            g_oralib_log.line("Found config file: [%1]", util::to_ansi(path));
+            g_oralib_log.line("Found config file: [%1]", util::to_ansi_safe(path));
             scope.ok();
             return path;
         }

@@ -20,7 +20,7 @@ using logging::log_scope_t;
 boost::shared_ptr<COracleProps> CDbInfoCollector::Collect() {
     try {
         log_scope_t scope(g_oralib_log, "Gathering database properties for SID: [%1]",
-                          util::to_ansi(sidRecord->sid));
+                          util::to_ansi_safe(sidRecord->sid));
         const auto props = boost::make_shared<CDatabaseProps>();
         const auto query = session()->query();
         props->name = query->exec_value("SELECT SYS_CONTEXT('USERENV','DB_NAME') FROM DUAL", false);

@@ -1,4 +1,5 @@
 // The collector's work on the parameter file and the password file.
+#include <algorithm>
 #include <exception>
 #include <locale>
 #include <vector>
@@ -120,14 +121,14 @@ std::wstring CDbInfoCollector::FindPasswordFile(
         log_scope_t scope(g_oralib_log, "Getting pwd file location");
         std::wstring path;
         if (session->is_12_or_later() && FindPasswordFileInAsm(path)) {
-            g_oralib_log.line("Found pwd file (ASM location): %1", util::to_ansi(path));
+            g_oralib_log.line("Found pwd file (ASM location): %1", util::to_ansi_safe(path));
             scope.ok();
             return path;
         }
         path = win::join_path(DatabaseFolder(*sidRecord),
                               util::format_message(L"PWD%1.ora", sidRecord->sid));
         if (win::path_exists(path)) {
-            g_oralib_log.line("Found pwd file: %1", util::to_ansi(path));
+            g_oralib_log.line("Found pwd file: %1", util::to_ansi_safe(path));
         } else {
             path.clear();
         }

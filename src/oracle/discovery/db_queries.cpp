@@ -26,7 +26,7 @@ void GetCheckpointInfo(const session_ptr_t& session, std::wstring& scn, std::wst
     }
     const std::wstring from_datafile = query->exec_value(
         "select min(checkpoint_change#) from v$datafile  where STATUS = 'ONLINE'", true);
-    g_oralib_log.line("SCN from datafile %1", util::to_ansi(from_datafile));
+    g_oralib_log.line("SCN from datafile %1", util::to_ansi_safe(from_datafile));
 }
 
 void GetFirstNeededLogRecord(const session_ptr_t& session, std::wstring& recId,

@@ -242,7 +242,7 @@ bool read_is_read_only(const SOracleSid& instance) {
         process_subsystem::execute(command, output);
         const std::wstring base = util::from_ansi(boost::trim_copy(output));
         const bool read_only = !equals_ignoring_case(base, instance.home);
-        g_oralib_log.line("Oracle home [%1] is read-only: [%2]", util::to_ansi(instance.home),
+        g_oralib_log.line("Oracle home [%1] is read-only: [%2]", util::to_ansi_safe(instance.home),
                           util::to_string(read_only));
         return read_only;
     } catch (const std::exception& e) {
@@ -283,12 +283,12 @@ std::vector<SOracleSid> match(const std::vector<home_t>& homes,
                                     service.isAsm, home.autostart, false};
                 instance.isReadOnly = read_is_read_only(instance);
                 g_oralib_log.line("Found oracle instance: %1. Is ASM: %2, is autostart: %3",
-                                  util::to_ansi(instance.sid), util::to_string(instance.isAsm),
+                                  util::to_ansi_safe(instance.sid), util::to_string(instance.isAsm),
                                   util::to_string(instance.autostart));
                 if (is_excluded(instance, exclusions)) {
                     g_oralib_log.line("Database with sid [%1] Home [%2] excluded from processing",
-                                      util::to_ansi(instance.sid),
-                                      util::to_ansi(instance.homeName));
+                                      util::to_ansi_safe(instance.sid),
+                                      util::to_ansi_safe(instance.homeName));
                     continue;
                 }
                 instances.push_back(instance);

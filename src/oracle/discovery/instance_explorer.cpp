@@ -177,7 +177,7 @@ CInstanceExplorer::outcome_t CInstanceExplorer::VisitInstance(CHomeProps& home,
         if (must_skip(*session, sidRecord.isAsm)) {
             record_database_state(*session, sidRecord.sid);
             g_oralib_log.line("Database (SID: %1) skipped from data collection",
-                              util::to_ansi(sidRecord.sid));
+                              util::to_ansi_safe(sidRecord.sid));
             return skipped_outcome();
         }
         if (home.version.empty()) {

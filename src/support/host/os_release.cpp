@@ -76,7 +76,7 @@ constexpr release_t ladder[] = {
 
 constexpr release_t next_release = {{}, {}, 9999, "Next", true, forces_t::nothing};
 
-constexpr std::uint32_t core_types[] = {12, 13, 14, 29, 39, 40,  41,  43, 44,
+constexpr std::uint32_t core_types[] = {12, 13, 14, 29,  39,  40,  41,  43, 44,
                                         45, 46, 63, 145, 146, 147, 148, 406};
 constexpr std::uint32_t nano_types[] = {143, 144};
 constexpr std::uint32_t azure_stack_hci = 406;
@@ -124,9 +124,8 @@ std::string with_suffixes(const char* name, const os_facts_t& facts) {
 }
 
 const char* base_name(const release_t& release, const os_facts_t& facts) {
-    const bool is_server = release.forces == forces_t::nothing
-                               ? !facts.is_workstation
-                               : release.forces == forces_t::server;
+    const bool is_server = release.forces == forces_t::nothing ? !facts.is_workstation
+                                                               : release.forces == forces_t::server;
     if (!is_server) {
         return release.id >= 2109 ? "Microsoft Windows 11" : "Microsoft Windows 10";
     }

@@ -137,17 +137,15 @@ std::uint32_t GetOsBuild() {
 }
 
 std::uint32_t GetOsSpMajor() {
-    return read_number(g_sp_major, VER_SERVICEPACKMAJOR, number_limit,
-                       [](OSVERSIONINFOEXA& v, std::uint32_t n) {
-                           v.wServicePackMajor = static_cast<WORD>(n);
-                       });
+    return read_number(
+        g_sp_major, VER_SERVICEPACKMAJOR, number_limit,
+        [](OSVERSIONINFOEXA& v, std::uint32_t n) { v.wServicePackMajor = static_cast<WORD>(n); });
 }
 
 std::uint32_t GetOsSpMinor() {
-    return read_number(g_sp_minor, VER_SERVICEPACKMINOR, number_limit,
-                       [](OSVERSIONINFOEXA& v, std::uint32_t n) {
-                           v.wServicePackMinor = static_cast<WORD>(n);
-                       });
+    return read_number(
+        g_sp_minor, VER_SERVICEPACKMINOR, number_limit,
+        [](OSVERSIONINFOEXA& v, std::uint32_t n) { v.wServicePackMinor = static_cast<WORD>(n); });
 }
 
 std::uint32_t GetOsProductType() {
@@ -158,8 +156,7 @@ std::uint32_t GetOsProductType() {
     if (ask_product_info(product_type) == product_info_t::failed) {
         return 0;
     }
-    const win::win_regoptions_reader_t reader(
-        L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion");
+    const win::win_regoptions_reader_t reader(L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion");
     g_product_type = reader.get_string("InstallationType", "") == "Server Core"
                          ? core_type(product_type)
                          : product_type;
@@ -172,6 +169,8 @@ bool IsOs64Bit() {
            architecture == PROCESSOR_ARCHITECTURE_IA64;
 }
 
-bool IsOs32Bit() { return native_architecture() == PROCESSOR_ARCHITECTURE_INTEL; }
+bool IsOs32Bit() {
+    return native_architecture() == PROCESSOR_ARCHITECTURE_INTEL;
+}
 
 }  // namespace util

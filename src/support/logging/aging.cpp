@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "platform/paths.h"
@@ -25,7 +26,8 @@ std::wstring numbered_path(const std::wstring& path, const std::wstring& extensi
     if (number == 0) {
         return path;
     }
-    const std::wstring stem = path.substr(0, path.size() - extension.size());
+    const bool has_extension = boost::algorithm::iends_with(path, extension);
+    const std::wstring stem = has_extension ? path.substr(0, path.size() - extension.size()) : path;
     return stem + L"." + std::to_wstring(number) + extension;
 }
 
@@ -58,9 +60,16 @@ void check_size(receiver::log_file_t& log_file) {
     }
     const std::wstring archive = log_file.get_path() + L".gz";
     age_file(archive, L".log.gz", archives_limit);
-    util::zip_writer_t writer(archive);
-    log_file.compress_to(writer);
-    writer.close();
+    try {
+        util::zip_writer_t writer(archive);
+        log_file.compress_to(writer);
+        writer.close();
+    } catch (const std::exception&) {
+        // A fragment would age in the place of a good archive.
+        boost::system::error_code ignored;
+        boost::filesystem::remove(platform::native_path(archive), ignored);
+        throw;
+    }
 }
 
 }  // namespace logging

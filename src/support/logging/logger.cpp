@@ -69,9 +69,15 @@ bool log_t::is_installed() {
 
 void log_t::write(severity_t severity, const std::string& category, const std::string& text) {
     const auto held = hold();
-    if (!enabled) {
+    // What the sink logs of its own trouble would meet the same trouble.
+    if (!enabled || writing) {
         return;
     }
+    struct writing_t {
+        explicit writing_t(bool& set) : flag(set) { flag = true; }
+        ~writing_t() { flag = false; }
+        bool& flag;
+    } const is_writing(writing);
     buffer.clear();
     format->append(buffer, use_long_format, severity, category, get_depth(), text);
     receiver->write(buffer);

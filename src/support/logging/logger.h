@@ -46,6 +46,7 @@ class log_t {
     bool use_long_format = false;
     bool age_on_write = false;
     std::uint32_t line_count = 0;
+    bool writing = false;
 };
 
 /// Writes with one category. No operation throws: logging never ends what it tells of. Numbers and

@@ -37,8 +37,14 @@ std::wstring log_directory() {
     const win::win_regoptions_reader_t reader(options.registryPath);
     const std::string set = reader.get_string("LogDirectory", "");
     try {
-        return set.empty() ? win::get_common_appdata_folder() + L"\\Tarny\\ClientVault\\"
-                           : util::from_ansi(set);
+        if (!set.empty()) {
+            return util::from_ansi(set);
+        }
+    } catch (const std::exception&) {
+        // As if it were not set.
+    }
+    try {
+        return win::get_common_appdata_folder() + L"\\Tarny\\ClientVault\\";
     } catch (const std::exception&) {
         return std::wstring();
     }

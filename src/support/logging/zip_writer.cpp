@@ -12,8 +12,9 @@
 namespace util {
 
 zip_writer_t::zip_writer_t(const std::wstring& archive_path)
-    : path(to_ansi_safe(archive_path)),
-      file(gzopen(platform::native_path(archive_path).string().c_str(), "wb")) {
+    : path(to_ansi_safe(archive_path)), file(nullptr) {
+    errno = 0;
+    file = gzopen(platform::native_path(archive_path).string().c_str(), "wb");
     if (!file) {
         fail("Failed to open GZ archive [%1].", errno ? Z_ERRNO : Z_MEM_ERROR);
     }

@@ -4,6 +4,8 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
 
 #include "platform/platform.h"
 #include "support/exc/rethrow.h"
@@ -102,6 +104,18 @@ boost::shared_ptr<CWinProcess> start(const SCommand& command,
     }
 }
 
+// One after the other: a child that another thread starts meanwhile would inherit the ends of these
+// pipes, and the output would not end with its own child.
+boost::shared_ptr<CWinProcess> start_alone(const SCommand& command,
+                                           boost::shared_ptr<CWinPipe>& output_pipe) {
+    static boost::mutex start_lock;
+    const boost::lock_guard<boost::mutex> lock(start_lock);
+    const auto input_pipe = boost::make_shared<CWinPipe>();
+    output_pipe = boost::make_shared<CWinPipe>();
+    log_command(command);
+    return start(command, input_pipe, output_pipe);
+}
+
 std::uint32_t wait_for_end(CWinProcess& child) {
     try {
         return child.wait(CWinProcess::default_wait_seconds);
@@ -126,10 +140,8 @@ SCommand make_command(const std::string& path) {
 
 void execute(const SCommand& command, std::string& output) {
     try {
-        const auto input_pipe = boost::make_shared<CWinPipe>();
-        const auto output_pipe = boost::make_shared<CWinPipe>();
-        log_command(command);
-        const auto child = start(command, input_pipe, output_pipe);
+        boost::shared_ptr<CWinPipe> output_pipe;
+        const auto child = start_alone(command, output_pipe);
         const std::uint32_t exit_code = wait_for_end(*child);
         const std::string text = output_pipe->read_to_end();
         if (exit_code != 0) {

@@ -44,7 +44,11 @@ bool widen(UINT code_page, const std::string& text, std::wstring& result) {
 
 std::string to_ansi(const std::wstring& text) {
     std::string result;
-    if (!text.empty() && !narrow(CP_ACP, WC_NO_BEST_FIT_CHARS, true, text, result)) {
+    // Windows refuses the flags of the other code pages where the ANSI one is UTF-8.
+    const bool is_utf8 = GetACP() == CP_UTF8;
+    if (!text.empty() &&
+        !narrow(is_utf8 ? CP_UTF8 : CP_ACP, is_utf8 ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS,
+                !is_utf8, text, result)) {
         const DWORD error = GetLastError();
         throw exc::win_sys_exc_t("Unicode string cannot be converted to multibyte string.", error);
     }

@@ -118,6 +118,9 @@ void win_file_t::write(const void* buffer, std::size_t size) {
             break;
         }
     }
+    if (waited < lock_limit_ms) {
+        error = ERROR_SUCCESS;
+    }
     if (written != size) {
         throw exc::win_sys_exc_t(
             "Failed to write %1 bytes to the file '%2': %3 bytes were written instead",

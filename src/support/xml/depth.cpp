@@ -1,5 +1,6 @@
 #include "support/xml/depth.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -7,18 +8,26 @@ namespace util {
 
 namespace {
 
-// A cursor over the text, up to its first NUL, as the parser sees it.
+// Follows the parser's tokens. Where the parser would give up the scanner may go on: it then sees
+// more than the parser, never less.
 class scanner_t {
   public:
-    scanner_t(const std::string& text, std::size_t depth_limit)
-        : at(text.c_str()), limit(depth_limit) {}
+    scanner_t(const char* text, bool is_utf8, bool may_turn_utf8, std::size_t depth_limit)
+        : at(text), utf8(is_utf8), may_turn(may_turn_utf8), limit(depth_limit) {}
 
     std::size_t run() {
-        while (deepest <= limit && (at = std::strchr(at, '<')) != nullptr) {
+        while (skip_text() && deepest <= limit) {
             if (begins("<!--")) {
                 skip_behind("-->", 4);
             } else if (begins("<![CDATA[")) {
                 skip_behind("]]>", 9);
+            } else if (begins_ignoring_case("<?xml")) {
+                declaration();
+                // The first declaration of a document decides on its encoding: both are looked at.
+                if (may_turn && depth == 0 && *at) {
+                    return std::max({deepest, scanner_t(at, true, false, limit).run(),
+                                     scanner_t(at, false, false, limit).run()});
+                }
             } else if (at[1] == '/') {
                 depth -= depth > 0 ? 1 : 0;
                 skip_behind(">", 2);
@@ -27,9 +36,6 @@ class scanner_t {
                 element();
             } else {
                 skip_behind(">", 1);
-            }
-            if (!at) {
-                break;
             }
         }
         return deepest;
@@ -47,41 +53,133 @@ class scanner_t {
         return std::strncmp(at, token, std::strlen(token)) == 0;
     }
 
-    void skip_behind(const char* token, std::size_t from) {
-        const char* const found = std::strstr(at + from, token);
-        at = found ? found + std::strlen(token) : nullptr;
+    bool begins_ignoring_case(const char* token) const {
+        for (const char* c = at; *token; ++c, ++token) {
+            if (std::tolower(static_cast<unsigned char>(*c)) != *token) {
+                return false;
+            }
+        }
+        return true;
     }
 
-    // A start tag, with the cursor on its name. A quoted value may hold any character, also ">".
+    // In UTF-8 the parser takes the bytes of a character together, whatever they are.
+    void step() {
+        const auto lead = static_cast<unsigned char>(*at);
+        std::size_t length = 1;
+        if (utf8 && lead >= 0xC2 && lead <= 0xF4) {
+            length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        }
+        for (; length > 0 && *at; --length) {
+            ++at;
+        }
+    }
+
+    // To the next "<"; false at the end of the text.
+    bool skip_text() {
+        while (*at && *at != '<' && is_plain_reference()) {
+            step();
+        }
+        return *at != '\0';
+    }
+
+    // The parser reads a numeric reference up to the next ";", wherever that is. One that holds
+    // more than its digits could hide anything: the depth can then not be told.
+    bool is_plain_reference() {
+        if (at[0] != '&' || at[1] != '#') {
+            return true;
+        }
+        const bool hexadecimal = at[2] == 'x';
+        const char* end = at + (hexadecimal ? 3 : 2);
+        while (hexadecimal ? std::isxdigit(static_cast<unsigned char>(*end))
+                           : std::isdigit(static_cast<unsigned char>(*end))) {
+            ++end;
+        }
+        if (*end == ';') {
+            return true;
+        }
+        deepest = limit + 1;
+        return false;
+    }
+
+    void skip_behind(const char* token, std::size_t from) {
+        const char* const found = std::strstr(at + from, token);
+        at = found ? found + std::strlen(token) : at + std::strlen(at);
+    }
+
+    // A quoted value may hold any character, also ">"; the cursor is on "=".
+    void attribute_value() {
+        ++at;
+        skip_space();
+        const char quote = *at;
+        if (quote != '"' && quote != '\'') {
+            return;
+        }
+        ++at;
+        while (*at && *at != quote && is_plain_reference()) {
+            step();
+        }
+        at += *at ? 1 : 0;
+    }
+
+    // In UTF-8 the parser counts three marks as white space.
+    void skip_space() {
+        for (;;) {
+            if (utf8 &&
+                (begins("\xEF\xBB\xBF") || begins("\xEF\xBF\xBE") || begins("\xEF\xBF\xBF"))) {
+                at += 3;
+            } else if (*at && is_space(*at)) {
+                ++at;
+            } else {
+                return;
+            }
+        }
+    }
+
+    // A start tag, with the cursor on its name.
     void element() {
         ++depth;
-        deepest = depth > deepest ? depth : deepest;
-        while (*at && *at != '>') {
+        deepest = std::max(deepest, depth);
+        while (*at && *at != '>' && deepest <= limit) {
             if (*at == '/' && at[1] == '>') {
                 --depth;
                 ++at;
                 break;
             }
-            if (*at != '=') {
+            if (*at == '=') {
+                attribute_value();
+            } else {
                 ++at;
-                continue;
             }
-            do {
-                ++at;
-            } while (*at && is_space(*at));
-            if (*at == '"' || *at == '\'') {
-                const char* const end = std::strchr(at + 1, *at);
-                if (!end) {
-                    at = nullptr;  // the parser gives up here
-                    return;
+        }
+        at += *at ? 1 : 0;
+    }
+
+    // Of a declaration's words the parser takes but three as attributes.
+    void declaration() {
+        at += std::strlen("<?xml");
+        while (*at && *at != '>' && deepest <= limit) {
+            if (begins_ignoring_case("version") || begins_ignoring_case("encoding") ||
+                begins_ignoring_case("standalone")) {
+                while (*at && *at != '=' && *at != '>') {
+                    ++at;
                 }
-                at = end + 1;
+                if (*at == '=') {
+                    attribute_value();
+                }
+            } else if (is_space(*at)) {
+                ++at;
+            } else {
+                while (*at && *at != '>' && !is_space(*at)) {
+                    ++at;
+                }
             }
         }
         at += *at ? 1 : 0;
     }
 
     const char* at;
+    bool utf8;
+    bool may_turn;
     std::size_t limit;
     std::size_t depth = 0;
     std::size_t deepest = 0;
@@ -90,7 +188,8 @@ class scanner_t {
 }  // namespace
 
 std::size_t xml_nesting_depth(const std::string& text, std::size_t limit) {
-    return scanner_t(text, limit).run();
+    const bool marked = text.compare(0, 3, "\xEF\xBB\xBF") == 0;
+    return scanner_t(text.c_str(), marked, !marked, limit).run();
 }
 
 }  // namespace util

@@ -7,7 +7,7 @@
 namespace util {
 
 /// The deepest nesting of elements in `text`, as TinyXML's own tokens give it, found without
-/// recursion; stops counting where the parser would give up, and at `limit` + 1.
+/// recursion; `limit` + 1 as well where it cannot be told.
 std::size_t xml_nesting_depth(const std::string& text, std::size_t limit);
 
 }  // namespace util

@@ -48,10 +48,13 @@ xml_node_t xml_parse(const std::string& text) {
         if (xml_nesting_depth(text, xml_max_depth) > xml_max_depth) {
             throw exc::exc_base_t(format_message(
                 "XML error: [%1].",
-                "Elements are nested too deep, limit: " + to_string(std::uint64_t{xml_max_depth})));
+                "Elements are nested too deep, or it cannot be told how deep; limit: " +
+                    to_string(std::uint64_t{xml_max_depth})));
         }
         xml_node_t handle = xml_new_document();
-        handle.document->Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+        // In UTF-8 the parser steps over the whole of a character that the text's end cuts short.
+        const std::string padded = text + std::string(4, '\0');
+        handle.document->Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
         if (handle.document->Error()) {
             throw_parse_error(*handle.document);
         }

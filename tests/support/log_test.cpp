@@ -1,0 +1,176 @@
+// The log: its lines, scopes, receivers and archives.
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include <zlib.h>
+
+#include "platform/platform.h"
+#include "platform/posix/faults.h"
+#include "support/exc/exc.h"
+#include "support/logging/aging.h"
+#include "support/logging/context.h"
+#include "support/logging/line_format.h"
+#include "support/logging/scope.h"
+#include "support/logging/start.h"
+#include "support/logging/win_log_file.h"
+#include "support/machine.h"
+
+namespace support_test {
+namespace {
+
+class Log : public Machine {
+  protected:
+    void start() {
+        std::filesystem::create_directories(drive / "log");
+        logging::start_log({L"-log", L"C:\\log\\test.log"});
+        std::filesystem::resize_file(drive / "log/test.log", 0);
+    }
+    // The lines without time stamp and thread.
+    std::string lines() const {
+        std::string text;
+        std::istringstream stream(read(drive / "log/test.log"));
+        for (std::string line; std::getline(stream, line);) {
+            text += line.substr(line.find("> ") + 2) + "\n";
+        }
+        return text;
+    }
+};
+
+TEST_F(Log, LinesTagsAndScopes) {
+    logging::g_oralib_log.line("dropped before the start");
+    start();
+    const logging::logger_t& log = logging::g_oralib_log;
+    {
+        logging::log_scope_t outer(log, "Doing %1", "it");
+        log.line("%1 of %2", "one", "two");
+        log.warning("first\nsecond");
+        std::thread([&] { log.line("another thread"); }).join();
+        {
+            logging::log_scope_t inner(log, "Inner");
+            const auto trace =
+                util::CCommonLibCtx::instance().threadStates.get(GetCurrentThreadId());
+            ASSERT_EQ(trace.entries().size(), 2u);
+            EXPECT_EQ(trace.entries()[1].text, "Inner");
+        }
+        outer.ok();
+    }
+    log.error("an error\nof two lines");
+    EXPECT_EQ(lines(),
+              "oralibDoing it\n"
+              "oralib  one of two\n"
+              "oralibWARN|  first\n"
+              "oralib>>  |  second\n"
+              "oralibanother thread\n"
+              "oralib  Inner\n"
+              "oralib  Inner Failed.\n"
+              "oralibDoing it ok.\n"
+              "oralibERR |an error\n"
+              "oralib>>  |of two lines\n");
+    EXPECT_TRUE(
+        util::CCommonLibCtx::instance().threadStates.get(GetCurrentThreadId()).entries().empty());
+}
+
+// A sink in trouble logs its trouble, which would meet the same trouble.
+TEST_F(Log, ALineThatCannotBeWrittenAtOnceIsWrittenLater) {
+    start();
+    platform::faults::arm("WriteFile", 1, ERROR_LOCK_VIOLATION);
+    logging::g_oralib_log.line("the line");
+    platform::faults::arm("WriteFile", 1, ERROR_DISK_FULL);
+    logging::g_oralib_log.line("lost");
+    logging::g_oralib_log.line("goes on");
+    EXPECT_EQ(lines(), "oralibthe line\noralibgoes on\n");
+}
+
+struct silent_t : std::exception {
+    const char* what() const noexcept override { return nullptr; }
+};
+
+TEST_F(Log, Exceptions) {
+    start();
+    const logging::logger_t& log = logging::g_unnamed_log;
+    log.log_exception("text", silent_t());
+    log.log_exception_thread("text %1", "a", std::runtime_error("cause"));
+    log.log_what(silent_t());
+    const exc::exc_base_t own("own");
+    log.log_what_thread(own);
+    EXPECT_EQ(lines(),
+              "WARN|text\n"
+              "ERR |text a\n>>  |cause\n>>  |An exception was thrown from thread [n/a].\n"
+              "ERR |Exception message is not available.\n"
+              "ERR |own\n>>  |An exception was thrown from thread [" +
+                  std::to_string(GetCurrentThreadId()) + "].\n");
+}
+
+TEST_F(Log, BothFormsOfALine) {
+    const struct {
+        bool long_form;
+        logging::severity_t severity;
+        const char* pattern;
+    } rows[] = {
+        {false, logging::severity_info, R"(\[[0-9.]{10} [0-9:]{8}\] < *[0-9]+> cat    text)"},
+        {false, logging::severity_error,
+         R"(\[[0-9.]{10} [0-9:]{8}\] < *[0-9]+> catERR \|    text)"},
+        {true, logging::severity_scope,
+         R"(\[[0-9.]{10} [0-9:]{8}\] <[ 0-9]{2}> Info         text)"},
+        {true, logging::severity_warning,
+         R"(\[[0-9.]{10} [0-9:]{8}\] <[ 0-9]{2}> Warning      text)"},
+    };
+    for (const auto& row : rows) {
+        logging::format::line_format_t format;
+        std::string line;
+        format.append(line, row.long_form, row.severity, "cat", 2, "text");
+        EXPECT_TRUE(std::regex_match(line, std::regex(std::string(row.pattern) + "\n"))) << line;
+    }
+}
+
+TEST_F(Log, ALockedNameIsSidestepped) {
+    const auto first = win::open_log_file(L"C:\\log\\agent.log");
+    const auto second = win::open_log_file(L"C:\\log\\agent.log");
+    const auto plain = win::open_log_file(L"C:\\log\\plain");
+    const auto numbered = win::open_log_file(L"C:\\log\\plain");
+    EXPECT_EQ(first->get_path(), L"C:\\log\\agent.log");
+    EXPECT_EQ(second->get_path(), L"C:\\log\\agent.1.log");
+    EXPECT_EQ(plain->get_path(), L"C:\\log\\plain");
+    EXPECT_EQ(numbered->get_path(), L"C:\\log\\plain.1.log");
+}
+
+std::string unpacked(const std::filesystem::path& path) {
+    gzFile file = gzopen(path.c_str(), "rb");
+    std::string text(64, '\0');
+    const int length = file ? gzread(file, text.data(), 64) : 0;
+    gzclose(file);
+    text.resize(static_cast<std::size_t>(std::max(length, 0)));
+    return text;
+}
+
+TEST_F(Log, AGrownLogIsArchivedAndElevenArchivesAreKept) {
+    const auto log = win::open_log_file(L"C:\\log\\agent.log");
+    log->write("small\n");
+    logging::check_size(*log);
+    EXPECT_FALSE(std::filesystem::exists(drive / "log/agent.log.gz"));
+    for (int round = 1; round <= 14; ++round) {
+        log->write("round " + std::to_string(round) + "\n");
+        std::filesystem::resize_file(drive / "log/agent.log", 0xF00000);
+        logging::check_size(*log);
+        EXPECT_EQ(log->get_size(), 0u);
+    }
+    log->write("goes on");
+    EXPECT_EQ(read(drive / "log/agent.log"), "goes on");
+    EXPECT_EQ(unpacked(drive / "log/agent.log.gz").substr(0, 9), "round 14\n");
+    EXPECT_EQ(unpacked(drive / "log/agent.10.log.gz").substr(0, 8), "round 4\n");
+    EXPECT_FALSE(std::filesystem::exists(drive / "log/agent.11.log.gz"));
+}
+
+TEST_F(Log, TheDirectoryOfTheRegistry) {
+    write_registry(
+        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarny\\Tarny Client Vault]\n"
+        "\"LogDirectory\"=\"C:\\\\own\\\\folder\"\n");
+    logging::get_log(L"first.log");
+    logging::get_log(L"second.log");
+    logging::start_log({});
+    EXPECT_TRUE(std::filesystem::exists(drive / "own/folder/first.log"));
+}
+
+}  // namespace
+}  // namespace support_test
