@@ -19,10 +19,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int lines = 20000;  // below the size at which the log is archived
+// In all below the size at which the log is archived.
+constexpr int lines = 10000;
 constexpr int rounds = 9;
 
-double seconds_of(const fs::path& log_file, bool raw, const std::string& bytes, int descriptor) {
+double seconds_of(bool raw, const std::string& bytes, int descriptor) {
     const std::string text =
         "Found oracle instance: ORCL. Is ASM: false, is autostart: true, in a line of usual length";
     const auto begin = std::chrono::steady_clock::now();
@@ -37,7 +38,6 @@ double seconds_of(const fs::path& log_file, bool raw, const std::string& bytes, 
         }
     }
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
-    fs::resize_file(log_file, 0);
     return spent.count();
 }
 
@@ -69,8 +69,8 @@ int main() {
     std::vector<double> ratios;
     std::vector<double> log_times;
     for (int round = 0; round < rounds; ++round) {
-        const double raw = seconds_of(raw_file, true, bytes, descriptor);
-        const double log = seconds_of(log_file, false, bytes, descriptor);
+        const double raw = seconds_of(true, bytes, descriptor);
+        const double log = seconds_of(false, bytes, descriptor);
         ratios.push_back(log / raw);
         log_times.push_back(log / lines * 1e6);
     }

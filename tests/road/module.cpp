@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <codecvt>
+#include <cstdlib>
 #include <locale>
 #include <stdexcept>
 

@@ -13,7 +13,7 @@ namespace platform::faults {
 void arm(const std::string& function, unsigned nth, DWORD code);
 /// Takes back every fault and sets the counts of calls to 0.
 void disarm();
-/// How often `function` was called.
+/// How often `function` was called since; calls are counted from the first use of the above.
 unsigned calls(const std::string& function);
 
 /// The open handles by kind: events, files, keys, pipes, processes, threads, tokens. When the

@@ -104,9 +104,10 @@ bool seek_file(const file_object& file, LONGLONG distance, DWORD method, LONGLON
 
 // Neither a read nor a write passes over a range that another opener has locked.
 bool is_barred(const file_object& file, short type, DWORD size) {
-    const int descriptor = file.file.get();
-    return !file.is_pipe && size > 0 &&
-           is_locked(descriptor, type, lseek(descriptor, 0, SEEK_CUR), size);
+    if (file.is_pipe || size == 0) return false;
+    struct flock range = range_of(type, 0, size);
+    range.l_whence = SEEK_CUR;
+    return fcntl(file.file.get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
 }
 
 BOOL change_lock(HANDLE handle, short type, off_t begin, off_t size, DWORD code) {

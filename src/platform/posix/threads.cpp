@@ -25,6 +25,9 @@ namespace {
 
 // Plain data: a destructor at the thread's end would be called in a module that may be gone.
 thread_local thread_object* t_current = nullptr;
+thread_local pid_t t_id = 0;  // asked for once, which a child made by fork must not take for its own
+
+const int g_forget_id_in_children = pthread_atfork(nullptr, nullptr, [] { t_id = 0; });
 
 std::mutex g_handles_mutex;
 std::map<const boost::thread*, HANDLE> g_handles;
@@ -234,7 +237,8 @@ HANDLE thread_handle(boost::thread& thread) {
 using namespace platform;
 
 DWORD GetCurrentThreadId() {
-    return static_cast<DWORD>(gettid());
+    if (t_id == 0) t_id = gettid();
+    return static_cast<DWORD>(t_id);
 }
 DWORD GetCurrentProcessId() {
     return static_cast<DWORD>(getpid());

@@ -33,7 +33,7 @@ void GetSystemTime(SYSTEMTIME* time) {
 }
 
 void GetLocalTime(SYSTEMTIME* time) {
-    TIME_ZONE_INFORMATION zone;
+    TIME_ZONE_INFORMATION zone = {};
     const DWORD state = GetTimeZoneInformation(&zone);
     const LONG season = state == TIME_ZONE_ID_DAYLIGHT   ? zone.DaylightBias
                         : state == TIME_ZONE_ID_STANDARD ? zone.StandardBias

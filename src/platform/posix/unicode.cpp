@@ -4,8 +4,10 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 #include "platform/posix/handles.h"
@@ -91,9 +93,18 @@ bool is_hole(UINT code_page, unsigned value) {
     return code_page >= 1250 && code_page <= 1258 && value >= 0x80 && value < 0xA0;
 }
 
+// The same in every code page, and nearly all there is to convert.
+template <typename Text>
+bool is_ascii(const Text& text) {
+    return std::all_of(text.begin(), text.end(), [](auto c) {
+        return static_cast<std::make_unsigned_t<decltype(c)>>(c) < 0x80;
+    });
+}
+
 }  // namespace
 
 std::wstring widen(UINT code_page, const std::string& text, bool* lossy) {
+    if (is_ascii(text)) return std::wstring(text.begin(), text.end());
     converter to_units("UTF-16LE", name_of(code_page));
     std::string units;
     for (std::size_t at = 0; at < text.size();) {
@@ -113,6 +124,7 @@ std::wstring widen(UINT code_page, const std::string& text, bool* lossy) {
 }
 
 std::string narrow(UINT code_page, const std::wstring& text, const char* fallback, bool* lossy) {
+    if (is_ascii(text)) return std::string(text.begin(), text.end());
     converter from_units(name_of(code_page), "UTF-16LE");
     std::string units;
     for (const wchar_t unit : text) {
