@@ -214,11 +214,13 @@ TEST_F(Explore, AHomeOfFailuresAloneAndAnAsmThatFails) {
 
 TEST_F(Explore, ExclusionsAndLogPositions) {
     make_two();
-    const document_t document(explore("<config><excludes><db name=\"orcl\" home=\"\"/>"
-                                      "<db name=\"SALES\" home=\"Other\"/></excludes>"
-                                      "<dbrecids><db sid=\"SALES\" recId=\"7\" stamp=\"8\" "
-                                      "firstPassRecId=\"1\"/></dbrecids></config>")
-                                  .result);
+    const std::string config =
+        "<config><excludes><db name=\"orcl\" home=\"\"/>"
+        "<db name=\"SALES\" home=\"Other\"/></excludes>"
+        "<dbrecids><db sid=\"SALES\" recId=\"7\" stamp=\"8\" "
+        "firstPassRecId=\"1\"/></dbrecids></config>";
+    EXPECT_EQ(validate(config, "explore-config.xsd"), "");
+    const document_t document(explore(config).result);
     EXPECT_EQ(document.list("home", "sid"), strings_t{"SALES"});
     EXPECT_EQ(count_in_log("Database with sid [ORCL] Home [OraDB19Home1] excluded"), 1u);
     EXPECT_EQ(count_in_log("Explore db config sid found: SALES, recId: 7, stamp: 8"), 1u);
@@ -329,6 +331,21 @@ TEST_F(Explore, ANamedUserWithAndWithoutTheRight) {
     EXPECT_NE(error.find("--tr:Failed to create oracle session holder. SID: ORCL."),
               std::string::npos)
         << error;
+}
+
+TEST_F(Explore, ThePasswordStaysOutOfTheChildren) {
+    server.add_home(home19());
+    sandbox::instance_t made = instance("ORCL");
+    made.users = {{"backup_dba", distinctive_password, true}};
+    server.add_instance(home19(), made);
+    const std::string look = "#!/bin/sh\n{ env; echo \"$@\"; } >> " + folder.string() + "/seen\n";
+    server.add_file(home19().path + "\\bin\\orabasehome.exe", look, true);
+    server.add_file(home19().path + "\\bin\\srvctl.bat", look, true);
+    explore("", true, "backup_dba", distinctive_password);
+    const std::string seen = read_file(folder / "seen");
+    EXPECT_NE(seen.find("ORACLE_SID=ORCL"), std::string::npos);
+    EXPECT_NE(seen.find("config database -db ORCL"), std::string::npos);
+    EXPECT_EQ(seen.find(distinctive_password), std::string::npos);
 }
 
 TEST_F(Explore, OperatingSystemAuthenticationAsksForTheGroup) {

@@ -5,7 +5,7 @@
 namespace {
 
 __attribute__((constructor)) void load_slowly() {
-    timespec left = {4, 0};
+    timespec left = {6, 0};
     while (nanosleep(&left, &left) != 0) {
     }
 }
