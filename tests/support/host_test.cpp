@@ -9,6 +9,7 @@
 #include "support/host/env_props.h"
 #include "support/host/os_name.h"
 #include "support/host/os_release.h"
+#include "support/host/os_version.h"
 #include "support/machine.h"
 
 namespace support_test {
@@ -90,14 +91,28 @@ TEST_F(Host, FactsOfTheMachine) {
     write_host("os_build = 22000\nworkstation = yes\narchitecture = 0\nproduct_type = 48\n");
     in_a_process(name, "Microsoft Windows 11 (21H2, 32-bit)");
     const auto by_trial = [] {
-        // RtlGetVersion cannot be had, three times.
-        for (unsigned nth = 1; nth <= 3; ++nth) {
-            platform::faults::arm("LoadLibraryA", nth, ERROR_MOD_NOT_FOUND);
+        // Each number has its own search, as long as RtlGetVersion cannot be had.
+        std::string found;
+        for (const auto number : {util::GetOsMajor, util::GetOsMinor, util::GetOsBuild}) {
+            platform::faults::arm("LoadLibraryA", 1, ERROR_MOD_NOT_FOUND);
+            found += std::to_string(number()) + ".";
         }
-        return std::to_string(util::GetOsMajor()) + "." + std::to_string(util::GetOsMinor()) + "." +
-               std::to_string(util::GetOsBuild());
+        return found;
     };
-    in_a_process(by_trial, "10.0.22000");
+    in_a_process(by_trial, "10.0.22000.");
+}
+
+TEST_F(Host, ServerCoreHasItsOwnProductTypes) {
+    write_registry(
+        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion]\n"
+        "\"InstallationType\"=\"Server Core\"\n");
+    const int rows[][2] = {{7, 13},  {8, 12},  {10, 14}, {17, 29}, {20, 43}, {21, 44}, {22, 45},
+                           {23, 46}, {25, 63}, {36, 40}, {37, 39}, {38, 41}, {12, 12}, {48, 48}};
+    for (const auto& row : rows) {
+        write_host("product_type = " + std::to_string(row[0]) + "\n");
+        in_a_process([] { return std::to_string(util::GetOsProductType()); },
+                     std::to_string(row[1]));
+    }
 }
 
 TEST_F(Host, TheFullyQualifiedName) {

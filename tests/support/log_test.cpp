@@ -1,4 +1,5 @@
 // The log: its lines, scopes, receivers and archives.
+#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -160,6 +161,20 @@ TEST_F(Log, AGrownLogIsArchivedAndElevenArchivesAreKept) {
     EXPECT_EQ(unpacked(drive / "log/agent.log.gz").substr(0, 9), "round 14\n");
     EXPECT_EQ(unpacked(drive / "log/agent.10.log.gz").substr(0, 8), "round 4\n");
     EXPECT_FALSE(std::filesystem::exists(drive / "log/agent.11.log.gz"));
+}
+
+TEST_F(Log, TheSizeIsLookedAtEveryThousandLines) {
+    std::filesystem::create_directories(drive / "log");
+    logging::start_log({L"-log", L"C:\\log\\test.log"});
+    const std::string banner = read(drive / "log/test.log");
+    std::filesystem::resize_file(drive / "log/test.log", 0xF00000);
+    for (auto written = std::count(banner.begin(), banner.end(), '\n'); written < 1000; ++written) {
+        EXPECT_FALSE(std::filesystem::exists(drive / "log/test.log.gz")) << written;
+        logging::g_oralib_log.line("line");
+    }
+    EXPECT_EQ(unpacked(drive / "log/test.log.gz"), banner.substr(0, 64));
+    logging::g_oralib_log.line("goes on");
+    EXPECT_EQ(lines(), "oralibgoes on\n");
 }
 
 TEST_F(Log, TheDirectoryOfTheRegistry) {
