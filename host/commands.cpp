@@ -6,6 +6,7 @@
 
 #include "host/system.h"
 #include "host/text.h"
+#include "sandbox/native.h"
 
 namespace host {
 
@@ -13,7 +14,7 @@ namespace fs = std::filesystem;
 
 std::string chosen_sandbox(const arguments_t& arguments) {
     return arguments.has("--sandbox") ? arguments.get("--sandbox")
-                                      : get_environment("ORALIB_SANDBOX");
+                                      : sandbox::environment("ORALIB_SANDBOX");
 }
 
 fs::path existing_sandbox(const std::string& directory) {
@@ -24,19 +25,21 @@ fs::path existing_sandbox(const std::string& directory) {
 }
 
 std::unique_ptr<module_t> open_module(const arguments_t& arguments) {
-    const std::string sandbox = chosen_sandbox(arguments);
-    if (!sandbox.empty()) {
-        set_environment("ORALIB_SANDBOX", fs::absolute(existing_sandbox(sandbox)).u8string());
+    const std::string directory = chosen_sandbox(arguments);
+    if (!directory.empty()) {
+        const fs::path server = fs::absolute(existing_sandbox(directory));
+        sandbox::set_environment("ORALIB_SANDBOX", server.u8string());
+        sandbox::use_registry(server);
         // Only the stand-in serves a sandbox. Once it is loaded, the module's own look-up by name
         // finds it, ahead of a real client library in the loader's search path.
-        const fs::path client = executable_folder() / client_file_name;
+        const fs::path client = sandbox::stand_in_folder() / client_file_name;
         if (fs::exists(client)) {
-            static const library_t stand_in(client);
+            static const sandbox::library_t stand_in(client);
         }
     }
     std::string file = arguments.get("--library");
     if (file.empty()) {
-        file = get_environment("ORALIB_LIBRARY");
+        file = sandbox::environment("ORALIB_LIBRARY");
     }
     const std::string log = arguments.get("--log");
     try {
@@ -44,12 +47,10 @@ std::unique_ptr<module_t> open_module(const arguments_t& arguments) {
             file.empty() ? executable_folder() / module_file_name : fs::absolute(fs::u8path(file)),
             log.empty() ? "oralib-host.log" : log);
     } catch (const module_error_t& e) {
-        if (!sandbox.empty()) {
+        if (!directory.empty()) {
             throw;
         }
-        throw module_error_t(std::string(e.what()) +
-                             "\nOutside Windows the module needs a sandbox: 'sandbox create DIR' "
-                             "makes one, --sandbox DIR names it.");
+        throw module_error_t(std::string(e.what()) + "\n" + hint_without_sandbox);
     }
 }
 

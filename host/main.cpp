@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "host/commands.h"
+#include "host/system.h"
 
 namespace {
 
@@ -40,7 +41,8 @@ host::exit_code run(const std::vector<host::command_t>& commands, const std::str
 
 int main(int argc, char** argv) {
     const std::string program = argc > 0 ? argv[0] : "oralib-host";
-    const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const std::vector<std::string> words = host::command_line_words(argc, argv);
+    const host::utf8_output_t utf8_output;
     try {
         const host::exit_code code = run(all_commands(), program, words);
         if (!std::cout.flush()) {

@@ -1,5 +1,6 @@
 #include "host/module.h"
 
+#include "host/system.h"
 #include "host/text.h"
 #include "oralib/oralib.h"
 

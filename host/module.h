@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/system.h"
+#include "sandbox/native.h"
 
 namespace host {
 
@@ -43,7 +43,7 @@ class module_t {
     template <typename Call>
     void run(const Call& call) const;
 
-    library_t m_library;
+    sandbox::library_t m_library;
     std::string m_log_name;
 };
 

@@ -1,8 +1,10 @@
-// What the host needs of the operating system beyond the standard library; the one file to port.
+// What the host needs of the operating system beyond the standard library and the sandbox's
+// native.h. system_posix.cpp and system_windows.cpp.
 #pragma once
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -12,25 +14,23 @@ extern const char* const module_file_name;
 /// The Oracle client library's, which is also that of the sandbox's stand-in.
 extern const char* const client_file_name;
 
-/// A shared library, loaded for the object's lifetime. Failures are std::runtime_error.
-class library_t {
-  public:
-    explicit library_t(const std::filesystem::path& file);
-    ~library_t();
-    library_t(const library_t&) = delete;
-    library_t& operator=(const library_t&) = delete;
+/// What to tell the operator where the module cannot start and there is no sandbox; may be empty.
+extern const char* const hint_without_sandbox;
 
-    void* find(const char* name) const;
+/// The words of the command line behind the program's name, UTF-8.
+std::vector<std::string> command_line_words(int count, char** words);
+
+/// Lets UTF-8 on the standard streams come out right while it lives.
+class utf8_output_t {
+  public:
+    utf8_output_t();
+    ~utf8_output_t();
+    utf8_output_t(const utf8_output_t&) = delete;
+    utf8_output_t& operator=(const utf8_output_t&) = delete;
 
   private:
-    void* m_library;
+    unsigned m_before;
 };
-
-/// Empty where the variable is not set.
-std::string get_environment(const char* name);
-void set_environment(const char* name, const std::string& value);
-/// Child processes do not inherit it any more.
-void remove_environment(const char* name);
 
 bool is_error_output_a_terminal();
 
@@ -46,8 +46,8 @@ class quiet_output_t {
     int m_saved;
 };
 
-/// Asks at the terminal, whatever standard input is, and shows nothing of the answer. Throws
-/// std::runtime_error where there is no terminal.
+/// Asks at the terminal, whatever standard input is, and shows nothing of the answer, which comes in
+/// UTF-8. Throws std::runtime_error where there is no terminal.
 std::string read_hidden_line(const std::string& prompt);
 
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "sandbox/instance_tables.h"
+#include "sandbox/native.h"
 
 namespace sandbox {
 
@@ -32,22 +33,6 @@ std::string to_ini_file(const std::map<std::string, std::map<std::string, std::s
     return file;
 }
 
-// For the shell between single quotes.
-std::string shell_text(const std::string& text) {
-    std::string result = "'";
-    for (const char c : text) {
-        result += c == '\'' ? "'\\''" : std::string(1, c);
-    }
-    return result + "'";
-}
-
-std::string srvctl_script(const home_t& home) {
-    // config database -db NAME
-    return "#!/bin/sh\nprintf '%s\\r\\n' \"Database unique name: $4\" \"Database name: $4\" " +
-           shell_text("Oracle home: " + home.path) + " 'Oracle user: nt authority\\system' " +
-           shell_text("Password file: " + home.password_location) + " 'Domain:'\n";
-}
-
 std::string key_of(const home_t& home) {
     return "SOFTWARE\\ORACLE\\" + (home.key.empty() ? "KEY_" + home.name : home.key);
 }
@@ -67,8 +52,8 @@ std::string content_of(const std::string& name, std::uint64_t bytes) {
 server_t::server_t(const fs::path& directory) : m_directory(directory) {
     fs::create_directories(m_directory / "oracle");
     fs::create_directories(m_directory / "run");
-    fs::create_directories(m_directory / "drives/c/Windows/Temp");
-    fs::create_directories(m_directory / "drives/c/ProgramData");
+    fs::create_directories(drive_folder(m_directory, 'c') / "Windows/Temp");
+    fs::create_directories(drive_folder(m_directory, 'c') / "ProgramData");
 }
 
 void server_t::set_host(const std::string& key, const std::string& value) {
@@ -106,12 +91,8 @@ void server_t::remove_registry(const std::string& key) {
     m_registry.erase(key);
 }
 
-void server_t::add_file(const std::string& path, const std::string& content, bool executable) {
-    const fs::path file = native_path(m_directory, path);
-    write_file(file, content);
-    if (executable) {
-        fs::permissions(file, fs::perms(0755));
-    }
+void server_t::add_file(const std::string& path, const std::string& content) {
+    write_file(native_path(m_directory, path), content);
 }
 
 void server_t::add_home(const home_t& home) {
@@ -128,13 +109,15 @@ void server_t::add_home(const home_t& home) {
     fs::create_directories(native_path(m_directory, home.path + "\\database"));
     fs::create_directories(native_path(m_directory, home.base + "\\database"));
     if (home.with_orabasehome) {
-        add_file(home.path + "\\bin\\orabasehome.exe",
-                 "#!/bin/sh\nprintf '%s\\r\\n' " +
-                     shell_text(home.read_only ? home.base : home.path) + "\n",
-                 true);
+        write_program(native_path(m_directory, home.path + "\\bin\\orabasehome.exe"),
+                      home.read_only ? home.base : home.path);
     }
     if (home.with_srvctl) {
-        add_file(home.path + "\\bin\\srvctl.bat", srvctl_script(home), true);
+        write_command_file(
+            native_path(m_directory, home.path + "\\bin\\srvctl.bat"),
+            {"Database unique name: %db%", "Database name: %db%", "Oracle home: " + home.path,
+             "Oracle user: nt authority\\system", "Password file: " + home.password_location,
+             "Domain:"});
     }
 }
 

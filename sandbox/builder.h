@@ -149,8 +149,7 @@ class server_t {
     void remove_registry(const std::string& key);
 
     /// A file of the machine; its folders are made. Native paths come from native_path().
-    void add_file(const std::string& path, const std::string& content = "",
-                  bool executable = false);
+    void add_file(const std::string& path, const std::string& content = "");
 
     /// Writes the home's registry entries and its files bin\oracle.exe, bin\orabasehome.exe.
     void add_home(const home_t& home);

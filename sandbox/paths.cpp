@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "sandbox/native.h"
+
 namespace sandbox {
 
 namespace fs = std::filesystem;
@@ -61,8 +63,7 @@ fs::path native_path(const fs::path& sandbox, const std::string& path) {
         result /= "oracle/asm";
         rest = path.substr(1);
     } else if (path.size() >= 2 && path[1] == ':') {
-        result /= "drives";
-        result /= std::string(1, to_upper(path)[0] - 'A' + 'a');
+        result = drive_folder(sandbox, static_cast<char>(to_upper(path)[0] - 'A' + 'a'));
         rest = path.substr(2);
     } else if (path.compare(0, 2, "\\\\") == 0) {
         result /= "shares";

@@ -10,7 +10,11 @@
 #include "sandbox/oci/values.h"
 #include "sandbox/paths.h"
 
+#ifdef _WIN32
+#define SANDBOX_ENTRY extern "C" __declspec(dllexport)
+#else
 #define SANDBOX_ENTRY extern "C" __attribute__((visibility("default")))
+#endif
 
 using namespace sandbox;
 using namespace sandbox::oci;

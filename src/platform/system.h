@@ -11,6 +11,9 @@ namespace platform {
 /// and waits for its end; the exit code, or -1 if the interpreter could not be started.
 int run_system(const std::string& ansi_command);
 
+/// Creates or empties a file; a descriptor of the C runtime to write to, or -1 with errno set.
+int create_file(const std::wstring& path);
+
 /// The four parts of the file version of the module that this code is linked into.
 std::array<std::uint16_t, 4> module_version();
 

@@ -147,8 +147,7 @@ TEST_F(Explore, WhatAnInstanceIsDecidesItsOutcome) {
     };
     for (const row_t& row : rows) {
         SCOPED_TRACE(row.name);
-        std::filesystem::remove_all(folder);
-        std::filesystem::create_directories(folder / "drives/c/Windows/Temp");
+        machine.reset();
         server = sandbox::server_t(folder);
         server.add_home(home19());
         sandbox::instance_t made = instance("ORCL");
@@ -273,7 +272,7 @@ TEST_F(Explore, ParameterFiles) {
                   40u);
     }
     EXPECT_EQ(count_in_log("Unable to create pfile from spfile"), 1u);
-    EXPECT_TRUE(std::filesystem::is_empty(folder / "drives/c/ProgramData/Tarny/Backup/Tmp"));
+    EXPECT_TRUE(std::filesystem::is_empty(machine.find("C:\\ProgramData\\Tarny\\Backup\\Tmp")));
     EXPECT_EQ(document.attribute("home/database[DEV]", "config"),
               home19().path + "\\database\\initDEV.ora");
 }
@@ -338,9 +337,9 @@ TEST_F(Explore, ThePasswordStaysOutOfTheChildren) {
     sandbox::instance_t made = instance("ORCL");
     made.users = {{"backup_dba", distinctive_password, true}};
     server.add_instance(home19(), made);
-    const std::string look = "#!/bin/sh\n{ env; echo \"$@\"; } >> " + folder.string() + "/seen\n";
-    server.add_file(home19().path + "\\bin\\orabasehome.exe", look, true);
-    server.add_file(home19().path + "\\bin\\srvctl.bat", look, true);
+    machine.add_child(home19().path + "\\bin\\orabasehome.exe");
+    machine.add_child(home19().path + "\\bin\\srvctl.bat");
+    sandbox::set_environment("ORALIB_CHILD", "dump " + (folder / "seen").u8string());
     explore("", true, "backup_dba", distinctive_password);
     const std::string seen = read_file(folder / "seen");
     EXPECT_NE(seen.find("ORACLE_SID=ORCL"), std::string::npos);
@@ -371,7 +370,7 @@ TEST_F(Explore, SettingsOfTheWrongTypeAndARegistryCutOff) {
 
     const std::string whole = read_file(folder / "registry.reg");
     for (std::size_t size = 0; size < whole.size(); size += 97) {
-        std::ofstream(folder / "registry.reg", std::ios::binary) << whole.substr(0, size);
+        write_file(folder / "registry.reg", whole.substr(0, size));
         module_t module;
         ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
         const answer_t answer = module.explore();

@@ -17,7 +17,7 @@ class Exports : public Road {
         const std::filesystem::path file = folder / "stdout.txt";
         std::fflush(stdout);
         const int saved = dup(1);
-        const int target = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int target = open(file.string().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         dup2(target, 1);
         close(target);
         body();
@@ -40,7 +40,7 @@ TEST_F(Exports, InitRunsOnceAndStopChangesNothing) {
     EXPECT_EQ(module.init("another.log").code, ORALIB_OK);
     EXPECT_EQ(log(), after_first);
     EXPECT_FALSE(
-        std::filesystem::exists(folder / "drives/c/ProgramData/Tarny/ClientVault/another.log"));
+        std::filesystem::exists(machine.find("C:\\ProgramData\\Tarny\\ClientVault\\another.log")));
     module.free(nullptr);
 }
 
@@ -66,9 +66,8 @@ TEST_F(Exports, TheDumpOfTheSettingsHasItsOrder) {
 
 TEST_F(Exports, AFailedInitCanBeTriedAgain) {
     server.write();
-    const auto vault = folder / "drives/c/ProgramData";
-    std::ofstream(vault) << "a file where the folder should be";
-    std::filesystem::create_directories(folder / "drives/d");
+    const auto vault = machine.find("C:\\ProgramData\\Tarny");
+    write_file(vault, "a file where the folder should be");
     server.set_registry(settings_key, "LogDirectory", "Q:\\absent\\log");
     server.write();
     module_t module;
@@ -109,7 +108,8 @@ TEST_F(Exports, WhatThisBuildLacksFailsThroughTheWholePath) {
         oralib_char* error = nullptr;
         bool flag = false;
     } out;
-    const auto w = u"";
+    const text_t empty;
+    const oralib_char* const w = empty.c_str();
     const struct {
         const char* phrase;
         const char* line;

@@ -1,4 +1,10 @@
 // A client library that lacks fifteen of its entry points.
-extern "C" __attribute__((visibility("default"))) int OCIEnvCreate() {
+#ifdef _WIN32
+#define ENTRY extern "C" __declspec(dllexport)
+#else
+#define ENTRY extern "C" __attribute__((visibility("default")))
+#endif
+
+ENTRY int OCIEnvCreate() {
     return -1;
 }

@@ -1,7 +1,5 @@
 #include "road/module.h"
 
-#include <dlfcn.h>
-
 #include <codecvt>
 #include <cstdlib>
 #include <locale>
@@ -11,11 +9,11 @@ namespace road {
 
 namespace {
 
-using converter_t = std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>;
+using converter_t = std::wstring_convert<std::codecvt_utf8_utf16<oralib_char>, oralib_char>;
 
 }  // namespace
 
-std::u16string to_utf16(const std::string& text) {
+text_t to_utf16(const std::string& text) {
     return converter_t().from_bytes(text);
 }
 
@@ -23,19 +21,12 @@ std::string to_utf8(const oralib_char* text) {
     return text ? converter_t().to_bytes(text) : nothing;
 }
 
-module_t::module_t() : m_module(dlopen(ORALIB_MODULE, RTLD_NOW | RTLD_LOCAL)) {
-    if (!m_module) {
-        throw std::runtime_error(dlerror());
-    }
+module_t::module_t() : m_library(ORALIB_MODULE) {
     m_free = function<decltype(OracleLibStrFree)>("OracleLibStrFree");
 }
 
-module_t::~module_t() {
-    dlclose(m_module);
-}
-
 void* module_t::find(const char* name) const {
-    return dlsym(m_module, name);
+    return m_library.find(name);
 }
 
 void module_t::free(oralib_char* text) {

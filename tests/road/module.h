@@ -4,10 +4,13 @@
 #include <string>
 
 #include "oralib/oralib.h"
+#include "sandbox/native.h"
 
 namespace road {
 
-std::u16string to_utf16(const std::string& text);
+using text_t = std::basic_string<oralib_char>;
+
+text_t to_utf16(const std::string& text);
 std::string to_utf8(const oralib_char* text);
 
 /// What one call gave: the result, and the texts it stored, "(null)" where it stored none.
@@ -23,9 +26,6 @@ constexpr const char* nothing = "(null)";
 class module_t {
   public:
     module_t();
-    ~module_t();
-    module_t(const module_t&) = delete;
-    module_t& operator=(const module_t&) = delete;
 
     answer_t init(const std::string& log_name);
     answer_t stop();
@@ -48,7 +48,7 @@ class module_t {
     template <typename Call>
     answer_t take(const Call& call);
 
-    void* m_module;
+    sandbox::library_t m_library;
     decltype(OracleLibStrFree)* m_free;  // asked for early: the loader may be busy later
 };
 

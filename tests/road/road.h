@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "machine.h"
 #include "road/module.h"
 #include "sandbox/builder.h"
 
@@ -24,8 +25,7 @@ constexpr const char* distinctive_password = "Zq7-Passw0rd-Zq7";
 /// that the test did not expect fails it, and so do a leaked handle of the client and the password.
 class Road : public testing::Test {
   protected:
-    Road();
-    ~Road() override;
+    Road() : folder(machine.folder), server(folder) {}
     void TearDown() override;
 
     void set(const std::string& setting, std::uint32_t value) {
@@ -34,16 +34,20 @@ class Road : public testing::Test {
     /// The text of a warning or an error that the test is about.
     void expect_in_log(const std::string& text) { expected.push_back(text); }
 
-    std::string log() const;
+    std::filesystem::path log_file() const {
+        return machine.drive() / "ProgramData/Tarny/ClientVault" / log_name;
+    }
+    std::string log() const { return read_file(log_file()); }
     /// Lines of the log that hold `text`.
     std::size_t count_in_log(const std::string& text) const;
-    void clear_log() const;
+    void clear_log() const { std::filesystem::remove(log_file()); }
 
     /// Runs one exploration on a freshly loaded module; the document is held against its schema.
     answer_t explore(const std::string& config = "", bool pfile = false,
                      const std::string& user = "", const std::string& password = "");
 
-    std::filesystem::path folder;
+    machine_t machine;
+    const std::filesystem::path& folder;  ///< of the sandbox
     sandbox::server_t server;
     std::vector<std::string> expected;
     bool leaks_expected = false;
@@ -73,7 +77,5 @@ class document_t {
 
 /// Empty where the document is valid against docs/formats/<schema>, else what is wrong.
 std::string validate(const std::string& document, const std::string& schema);
-
-std::string read_file(const std::filesystem::path& path);
 
 }  // namespace road

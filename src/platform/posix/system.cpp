@@ -1,5 +1,8 @@
 #include "platform/system.h"
 
+#include <fcntl.h>
+
+#include "platform/paths.h"
 #include "platform/posix/command_line.h"
 #include "platform/posix/handles.h"
 #include "platform/posix/sandbox.h"
@@ -42,6 +45,10 @@ int run_system(const std::string& ansi_command) {
     const int status = read_status(started.status.get());
     reap_monitor(started.monitor);
     return static_cast<int>(exit_code_of(status));
+}
+
+int create_file(const std::wstring& path) {
+    return open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
 }
 
 std::array<std::uint16_t, 4> module_version() {

@@ -4,7 +4,7 @@
 
 #include <zlib.h>
 
-#include "platform/paths.h"
+#include "platform/system.h"
 #include "support/exc/exc.h"
 #include "support/text/convert.h"
 #include "support/text/format.h"
@@ -14,7 +14,11 @@ namespace util {
 zip_writer_t::zip_writer_t(const std::wstring& archive_path)
     : path(to_ansi_safe(archive_path)), file(nullptr) {
     errno = 0;
-    file = gzopen(platform::native_path(archive_path).string().c_str(), "wb");
+    // By a descriptor, since gzopen knows names of the code page alone.
+    const int descriptor = platform::create_file(archive_path);
+    if (descriptor >= 0) {
+        file = gzdopen(descriptor, "wb");
+    }
     if (!file) {
         fail("Failed to open GZ archive [%1].", errno ? Z_ERRNO : Z_MEM_ERROR);
     }

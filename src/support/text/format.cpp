@@ -92,15 +92,6 @@ std::wstring format_message(const std::wstring& format_text, const std::wstring&
     return format(format_text, {&a, &b, &c});
 }
 
-std::string to_string(std::int32_t value) {
-    return std::to_string(value);
-}
-std::string to_string(std::uint32_t value) {
-    return std::to_string(value);
-}
-std::string to_string(std::uint64_t value) {
-    return std::to_string(value);
-}
 std::string to_string(bool value) {
     return value ? "true" : "false";
 }

@@ -1,7 +1,6 @@
 // Messages with %1 placeholders, and the few values that go into them.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,9 +21,10 @@ std::wstring format_message(const std::wstring& format, const std::wstring& a,
 std::wstring format_message(const std::wstring& format, const std::wstring& a,
                             const std::wstring& b, const std::wstring& c);
 
-std::string to_string(std::int32_t value);
-std::string to_string(std::uint32_t value);
-std::string to_string(std::uint64_t value);
+template <typename Integer>
+std::string to_string(Integer value) {
+    return std::to_string(value);
+}
 std::string to_string(bool value);
 
 /// "true" and "false" are themselves; any other text is true unless it is "0".

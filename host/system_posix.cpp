@@ -1,13 +1,11 @@
 #include "host/system.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -21,37 +19,16 @@ std::filesystem::path executable_folder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
-library_t::library_t(const std::filesystem::path& file)
-    : m_library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-    if (!m_library) {
-        throw std::runtime_error(dlerror());
-    }
+const char* const hint_without_sandbox =
+    "Outside Windows the module needs a sandbox: 'sandbox create DIR' makes one, --sandbox DIR "
+    "names it.";
+
+std::vector<std::string> command_line_words(int count, char** words) {
+    return {words + (count > 0 ? 1 : 0), words + count};
 }
 
-library_t::~library_t() {
-    dlclose(m_library);
-}
-
-void* library_t::find(const char* name) const {
-    void* const address = dlsym(m_library, name);
-    if (!address) {
-        throw std::runtime_error(dlerror());
-    }
-    return address;
-}
-
-std::string get_environment(const char* name) {
-    const char* const value = std::getenv(name);
-    return value ? value : "";
-}
-
-void set_environment(const char* name, const std::string& value) {
-    setenv(name, value.c_str(), 1);
-}
-
-void remove_environment(const char* name) {
-    unsetenv(name);
-}
+utf8_output_t::utf8_output_t() : m_before(0) {}
+utf8_output_t::~utf8_output_t() = default;
 
 bool is_error_output_a_terminal() {
     return isatty(STDERR_FILENO) == 1;
