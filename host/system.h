@@ -46,8 +46,8 @@ class quiet_output_t {
     int m_saved;
 };
 
-/// Asks at the terminal, whatever standard input is, and shows nothing of the answer, which comes in
-/// UTF-8. Throws std::runtime_error where there is no terminal.
+/// Asks at the terminal, whatever standard input is, and shows nothing of the answer, which comes
+/// in UTF-8. Throws std::runtime_error where there is no terminal.
 std::string read_hidden_line(const std::string& prompt);
 
 }  // namespace host

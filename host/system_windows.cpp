@@ -19,9 +19,8 @@ namespace {
 
 std::string to_utf8(const wchar_t* text, int length) {
     std::string utf8(static_cast<std::size_t>(length) * 3, '\0');
-    utf8.resize(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text, length, utf8.data(),
-                                                             static_cast<int>(utf8.size()), nullptr,
-                                                             nullptr)));
+    utf8.resize(static_cast<std::size_t>(WideCharToMultiByte(
+        CP_UTF8, 0, text, length, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr)));
     return utf8;
 }
 

@@ -113,11 +113,10 @@ void server_t::add_home(const home_t& home) {
                       home.read_only ? home.base : home.path);
     }
     if (home.with_srvctl) {
-        write_command_file(
-            native_path(m_directory, home.path + "\\bin\\srvctl.bat"),
-            {"Database unique name: %db%", "Database name: %db%", "Oracle home: " + home.path,
-             "Oracle user: nt authority\\system", "Password file: " + home.password_location,
-             "Domain:"});
+        write_command_file(native_path(m_directory, home.path + "\\bin\\srvctl.bat"),
+                           {"Database unique name: %db%", "Database name: %db%",
+                            "Oracle home: " + home.path, "Oracle user: nt authority\\system",
+                            "Password file: " + home.password_location, "Domain:"});
     }
 }
 

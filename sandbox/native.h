@@ -1,5 +1,5 @@
-// What the sandbox needs of the system beneath it, beyond the standard library. native_posix.cpp and
-// native_windows.cpp.
+// What the sandbox needs of the system beneath it, beyond the standard library. native_posix.cpp
+// and native_windows.cpp.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ std::string environment(const char* name);
 /// An empty value takes the variable away.
 void set_environment(const char* name, const std::string& value);
 
-/// The folder that stands for drive `letter` (lower case). On Windows it is the machine's own drive,
-/// to which a sandbox writes only where the variable ORALIB_SANDBOX_DRIVES allows it.
+/// The folder that stands for drive `letter` (lower case). On Windows it is the machine's own
+/// drive, to which a sandbox writes only where the variable ORALIB_SANDBOX_DRIVES allows it.
 std::filesystem::path drive_folder(const std::filesystem::path& sandbox, char letter);
 /// Lets the process see the keys of registry.reg as its HKEY_LOCAL_MACHINE. On Windows a copy of
 /// them, made at the call, that goes with the process; elsewhere the module reads the file itself.

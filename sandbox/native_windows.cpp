@@ -99,8 +99,8 @@ class registry_copy_t {
     void import(const fs::path& registry_file) const {
         std::ifstream stream(registry_file, std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(stream), {}};
-        const fs::path moved =
-            fs::temp_directory_path() / ("oralib-" + std::to_string(GetCurrentProcessId()) + ".reg");
+        const fs::path moved = fs::temp_directory_path() /
+                               ("oralib-" + std::to_string(GetCurrentProcessId()) + ".reg");
         // Of several sections of one key, the later ones add to the first, as in the original. The
         // mark makes it UTF-16, without which the tool takes the code page.
         std::wstring wide = L"\xFEFF" + widen(text);
@@ -128,8 +128,7 @@ class registry_copy_t {
         CloseHandle(process.hProcess);
         fs::remove(moved);
         if (code != 0) {
-            throw failure("reg.exe cannot import " + registry_file.u8string(),
-                          code);
+            throw failure("reg.exe cannot import " + registry_file.u8string(), code);
         }
     }
 
@@ -159,8 +158,7 @@ void use_registry(const fs::path& sandbox) {
 
 fs::path stand_in_folder() {
     std::wstring program(32767, L'\0');
-    program.resize(
-        GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
+    program.resize(GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
     return fs::path(program).parent_path() / "sandbox";
 }
 

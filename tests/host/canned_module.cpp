@@ -6,14 +6,23 @@
 
 #include "oralib/oralib.h"
 
+// A text in the module's characters.
+#ifdef _WIN32
+#define W(text) L##text
+#else
+#define W(text) u##text
+#endif
+
 namespace {
+
+using text_t = std::basic_string<oralib_char>;
 
 bool is_canned(const char* failure) {
     const char* const canned = std::getenv("CANNED");
     return canned && std::string(canned) == failure;
 }
 
-oralib_result store(oralib_char** out, const std::u16string& text, oralib_result result) {
+oralib_result store(oralib_char** out, const text_t& text, oralib_result result) {
     *out = static_cast<oralib_char*>(std::malloc((text.size() + 1) * sizeof(oralib_char)));
     text.copy(*out, text.size());
     (*out)[text.size()] = 0;
@@ -24,7 +33,7 @@ oralib_result store(oralib_char** out, const std::u16string& text, oralib_result
 
 oralib_result OracleVssInitLib(const oralib_char*, oralib_char** errorText) {
     std::printf("LOG: Initializing log file ...\n");
-    return is_canned("init") ? store(errorText, u"no log", ORALIB_FAILED) : ORALIB_OK;
+    return is_canned("init") ? store(errorText, W("no log"), ORALIB_FAILED) : ORALIB_OK;
 }
 
 oralib_result OracleVssStopLib(oralib_char**) {
@@ -37,25 +46,25 @@ oralib_result OracleExploreInstances(bool collectPfile, const oralib_char* userN
     std::printf("a child of the module talks\n");
     if (is_canned("explore")) {
         return store(errorText,
-                     u"ORA-12560: TNS:protocol adapter error\n--tr:first step\nsecond cause\n"
-                     u"--tr:second step",
+                     W("ORA-12560: TNS:protocol adapter error\n--tr:first step\nsecond cause\n")
+                         W("--tr:second step"),
                      ORALIB_FAILED);
     }
-    const std::u16string failed =
-        u"<home name=\"H\" version=\"\" path=\"C:\\h\" desc=\"\"><database isError=\"true\" "
-        u"sid=\"X\" config=\"\" errorDescription=\"down&#x0A;--tr:step\" /></home>";
+    const text_t failed =
+        W("<home name=\"H\" version=\"\" path=\"C:\\h\" desc=\"\"><database isError=\"true\" ")
+            W("sid=\"X\" config=\"\" errorDescription=\"down&#x0A;--tr:step\" /></home>");
     return store(
         resultXml,
-        std::u16string(u"<OracleOverall serverName=\"") + userName + u"/" + password +
-            u"\" osName=\"" + (collectPfile ? u"pfile" : u"") + u"\" timeZone=\"-14\">" +
+        text_t(W("<OracleOverall serverName=\"")) + userName + W("/") + password +
+            W("\" osName=\"") + (collectPfile ? W("pfile") : W("")) + W("\" timeZone=\"-14\">") +
             (is_canned("database") ? failed
-                                   : u"<home name=\"H\" version=\"\" path=\"\" desc=\"\" />") +
-            u"</OracleOverall>",
+                                   : W("<home name=\"H\" version=\"\" path=\"\" desc=\"\" />")) +
+            W("</OracleOverall>"),
         ORALIB_OK);
 }
 
 oralib_result OracleGetLogsFolder(oralib_char** folder, oralib_char**) {
-    return store(folder, u"C:\\t\u00E4glich\\\U0001F4BE", ORALIB_OK);
+    return store(folder, W("C:\\t\u00E4glich\\\U0001F4BE"), ORALIB_OK);
 }
 
 oralib_result OracleCheckIfAsmExist(bool* exists, oralib_char**) {

@@ -1,34 +1,28 @@
 // Runs a command of the shell and keeps what it says.
 #pragma once
 
-#include <stdlib.h>
-#include <sys/wait.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "machine.h"
+
 /// A folder of the test's own, removed with it.
 class folder_t {
   public:
-    folder_t() : m_name(testing::TempDir() + "host-XXXXXX") { mkdtemp(&m_name[0]); }
-    ~folder_t() { std::filesystem::remove_all(m_name); }
+    folder_t() : m_folder(make_temporary_folder()) {}
+    ~folder_t() { std::filesystem::remove_all(m_folder); }
 
-    std::string operator/(const std::string& file) const { return m_name + "/" + file; }
+    std::string operator/(const std::string& file) const { return (m_folder / file).string(); }
     std::string write(const std::string& file, const std::string& content) const {
-        std::ofstream(*this / file) << content;
+        write_file(m_folder / file, content);
         return *this / file;
     }
-    std::string read(const std::string& file) const {
-        std::ifstream stream(*this / file);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string read(const std::string& file) const { return read_file(m_folder / file); }
 
   private:
-    std::string m_name;
+    std::filesystem::path m_folder;
 };
 
 struct outcome_t {
@@ -37,10 +31,24 @@ struct outcome_t {
     std::string err;
 };
 
-/// Standard input is empty.
+/// Standard input is empty. Line ends are given as \n.
 inline outcome_t run(const folder_t& folder, const std::string& command) {
-    const int status = std::system(
-        ("( " + command + " ) < /dev/null > " + (folder / "out") + " 2> " + (folder / "err"))
-            .c_str());
-    return {WEXITSTATUS(status), folder.read("out"), folder.read("err")};
+    const std::string files =
+        " < " NULL_DEVICE " > " + (folder / "out") + " 2> " + (folder / "err");
+    const int code = run_command(command + files);
+    const auto read = [&](const char* name) {
+        std::string text = folder.read(name);
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+        return text;
+    };
+    return {code, read("out"), read("err")};
+}
+
+/// One word for the shell. It may end in a backslash.
+inline std::string quoted(const std::string& word) {
+#ifdef _WIN32
+    return "\"" + word + (word.back() == '\\' ? "\\\"" : "\"");
+#else
+    return "'" + word + "'";
+#endif
 }

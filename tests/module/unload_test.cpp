@@ -1,25 +1,30 @@
 // The module must leave the process whole: a host unloads it while its own threads live on, and
 // loads it again to have new settings read.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <link.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <future>
-#include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <link.h>
+#endif
+
+#include "machine.h"
 #include "oralib/oralib.h"
+#include "sandbox/native.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 bool is_mapped() {
+#ifdef _WIN32
+    return GetModuleHandleW(L"oralib.dll") != nullptr;
+#else
     bool found = false;
     dl_iterate_phdr(
         [](dl_phdr_info* info, std::size_t, void* result) {
@@ -28,58 +33,44 @@ bool is_mapped() {
         },
         &found);
     return found;
-}
-
-std::string read_file(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+#endif
 }
 
 class Unload : public testing::Test {
   protected:
-    Unload() {
-        char name[] = "/tmp/oralib-unload-XXXXXX";
-        folder = mkdtemp(name);
-        fs::create_directories(folder / "drives/c");
-        setenv("ORALIB_SANDBOX", folder.c_str(), 1);
-    }
-    ~Unload() override { fs::remove_all(folder); }
-
     void write_timeout(int seconds) const {
         char value[9];
         std::snprintf(value, sizeof value, "%08x", static_cast<unsigned>(seconds));
-        std::ofstream(folder / "registry.reg")
-            << "Windows Registry Editor Version 5.00\n\n"
-               "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarny\\Tarny Client Vault]\n"
-               "\"OracleConnectionTimeout\"=dword:"
-            << value << "\n";
+        machine.write_registry(
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarny\\Tarny Client Vault]\n"
+            "\"OracleConnectionTimeout\"=dword:" +
+            std::string(value) + "\n");
     }
 
-    fs::path folder;
+    machine_t machine;
 };
 
 template <typename Function>
-Function* function(void* module, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(module, name));
+Function* function(const sandbox::library_t& module, const char* name) {
+    return reinterpret_cast<Function*>(module.find(name));
 }
 
 TEST_F(Unload, ManyTimesWithAThreadThatLoggedAndLivesOn) {
     constexpr int rounds = 60;
+    const oralib_char name[] = {'u', 'n', 'l', 'o', 'a', 'd', '.', 'l', 'o', 'g', 0};
     for (int round = 1; round <= rounds; ++round) {
         write_timeout(1000 + round);
-        void* const module = dlopen(ORALIB_MODULE, RTLD_NOW | RTLD_LOCAL);
-        ASSERT_NE(module, nullptr) << dlerror();
+        auto module = std::make_unique<sandbox::library_t>(ORALIB_MODULE);
         oralib_char* error = nullptr;
-        ASSERT_EQ(
-            function<decltype(OracleVssInitLib)>(module, "OracleVssInitLib")(u"unload.log", &error),
-            ORALIB_OK);
+        ASSERT_EQ(function<decltype(OracleVssInitLib)>(*module, "OracleVssInitLib")(name, &error),
+                  ORALIB_OK);
 
         std::promise<void> logged;
         std::promise<void> unloaded;
         std::thread host_thread([&] {
             bool exists = true;
             oralib_char* text = nullptr;
-            EXPECT_EQ(function<decltype(OracleCheckIfAsmExist)>(module, "OracleCheckIfAsmExist")(
+            EXPECT_EQ(function<decltype(OracleCheckIfAsmExist)>(*module, "OracleCheckIfAsmExist")(
                           &exists, &text),
                       ORALIB_OK);
             EXPECT_FALSE(exists);
@@ -87,12 +78,13 @@ TEST_F(Unload, ManyTimesWithAThreadThatLoggedAndLivesOn) {
             unloaded.get_future().wait();
         });
         logged.get_future().wait();
-        ASSERT_EQ(dlclose(module), 0);
+        module.reset();
         EXPECT_FALSE(is_mapped());
         unloaded.set_value();
         host_thread.join();
     }
-    const std::string log = read_file(folder / "drives/c/ProgramData/Tarny/ClientVault/unload.log");
+    const std::string log =
+        read_file(machine.find("C:\\ProgramData\\Tarny\\ClientVault\\unload.log"));
     for (int round = 1; round <= rounds; ++round) {
         EXPECT_NE(log.find("OracleConnectionTimeout: " + std::to_string(1000 + round) + "\n"),
                   std::string::npos)

@@ -7,6 +7,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "machine.h"
 #include "oracle/connect/errors.h"
 #include "oracle/connect/file_remover.h"
 #include "oracle/connect/server_files.h"
@@ -22,14 +23,13 @@ using namespace specific::oracle;
 
 class Connect : public testing::Test {
   protected:
-    Connect() : folder(make_folder()), server(folder) {
-        std::filesystem::create_directories(folder / "drives/c/temp");
+    Connect() : folder(machine.folder), server(folder) {
+        std::filesystem::create_directories(machine.find("C:\\temp"));
         home.path = "C:\\app\\oracle";
         home.name = "Home";
         home.base = "C:\\app";
         server.add_home(home);
     }
-    ~Connect() override { std::filesystem::remove_all(folder); }
 
     void add(const std::string& sid, const std::string& version = "19.0.0.0.0",
              sandbox::state_t state = sandbox::state_t::open) {
@@ -48,17 +48,10 @@ class Connect : public testing::Test {
                                                         SOracleCredentials(), prelim);
     }
 
-    std::filesystem::path folder;
+    machine_t machine;
+    const std::filesystem::path& folder;
     sandbox::server_t server;
     sandbox::home_t home;
-
-  private:
-    static std::filesystem::path make_folder() {
-        std::string name = (std::filesystem::temp_directory_path() / "oralib-XXXXXX").string();
-        const std::filesystem::path made = mkdtemp(name.data());
-        setenv("ORALIB_SANDBOX", made.c_str(), 1);
-        return made;
-    }
 };
 
 template <typename Body>
@@ -196,7 +189,7 @@ TEST_F(Connect, FilesThroughTheDatabase) {
     EXPECT_TRUE(asm_file_exists(*session, "+DATA/log.1"));
     EXPECT_FALSE(asm_file_exists(*session, "+DATA/absent"));
     copy_asm_file(*session, "+DATA/log.1", "C:\\temp\\copy");
-    EXPECT_EQ(std::filesystem::file_size(folder / "drives/c/temp/copy"), 1024u);
+    EXPECT_EQ(std::filesystem::file_size(machine.find("C:\\temp\\copy")), 1024u);
 
     sandbox::clear_journal(folder);
     EXPECT_NE(ora_of([&] { copy_asm_file(*session, "+DATA/absent", "C:\\temp\\x"); }), 0u);
@@ -204,7 +197,7 @@ TEST_F(Connect, FilesThroughTheDatabase) {
         EXPECT_EQ(statement.find("DROP DIRECTORY"), std::string::npos);
     }
     remove_file_with_query(*session, L"C:\\temp\\copy");
-    EXPECT_FALSE(std::filesystem::exists(folder / "drives/c/temp/copy"));
+    EXPECT_FALSE(std::filesystem::exists(machine.find("C:\\temp\\copy")));
 
     for (const auto& [path, is_asm] :
          {std::pair{L"+DATA/X", true}, std::pair{L"C:\\+X", false}, std::pair{L"", false}}) {

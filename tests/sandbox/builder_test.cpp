@@ -18,8 +18,7 @@ TEST_F(Builder, WritesTheRegistryAsRegeditWould) {
     server.set_registry("SOFTWARE\\Tarny", "raw",
                         {sandbox::value_kind::bytes, std::string("\x01\xFF", 2), 0});
     server.write();
-    std::ifstream file(directory / "registry.reg", std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    const std::string text = read_file(directory / "registry.reg");
     for (const char* part :
          {"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\ORACLE\\"
           "KEY_OraDB19Home1]\r\n",
@@ -32,13 +31,9 @@ TEST_F(Builder, WritesTheRegistryAsRegeditWould) {
     }
     EXPECT_TRUE(exists("C:\\O\\19\\BIN\\ORACLE.EXE"));
     EXPECT_TRUE(exists("C:\\app\\oracle\\database\\spfileorcl.ora"));
-    const std::string program =
-        sandbox::native_path(directory, "C:\\o\\19\\bin\\orabasehome.exe").string();
-    std::string said(64, '\0');
-    FILE* pipe = popen(program.c_str(), "r");
-    said.resize(fread(&said[0], 1, said.size(), pipe));
-    pclose(pipe);
-    EXPECT_EQ(said, "C:\\app\\oracle\r\n");
+    const std::string said = (directory / "said").string();
+    run_command(machine.find("C:\\o\\19\\bin\\orabasehome.exe").string() + " > " + said);
+    EXPECT_EQ(read_file(said), "C:\\app\\oracle\r\n");
 }
 
 TEST_F(Builder, TheDemoServerShowsOneOfEach) {

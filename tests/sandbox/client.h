@@ -1,14 +1,13 @@
 // A client of the sandbox's databases in the few words that the tests need.
 #pragma once
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "oracle/connect/oci.h"
 #include "sandbox/builder.h"
+#include "sandbox/native.h"
 
 namespace client {
 
@@ -20,7 +19,7 @@ class session_t {
   public:
     explicit session_t(const std::string& sid, const std::string& user = "",
                        const std::string& password = "", ub4 mode = OCI_SYSDBA) {
-        setenv("ORACLE_SID", sid.c_str(), 1);
+        sandbox::set_environment("ORACLE_SID", sid);
         code = OCIEnvCreate(&env, OCI_THREADED, nullptr, nullptr, nullptr, nullptr, 0, nullptr);
         if (code != OCI_SUCCESS) return;
         error = alloc<OCIError>(OCI_HTYPE_ERROR);

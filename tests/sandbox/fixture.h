@@ -2,25 +2,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <fstream>
-#include <iterator>
-
+#include "machine.h"
 #include "tests/sandbox/client.h"
 
 class SandboxTest : public testing::Test {
   protected:
-    SandboxTest() {
-        std::string name = testing::TempDir() + "sandbox-XXXXXX";
-        directory = mkdtemp(&name[0]);
-        setenv("ORALIB_SANDBOX", directory.c_str(), 1);
-        unsetenv("ORACLE_HOME");
+    SandboxTest() : directory(machine.folder) {
+        sandbox::set_environment("ORACLE_HOME", "");
         home.path = "C:\\app\\oracle\\product\\19.0.0\\dbhome_1";
         home.name = "OraDB19Home1";
         home.base = "C:\\app\\oracle";
     }
-    ~SandboxTest() override { std::filesystem::remove_all(directory); }
 
     void add(const sandbox::instance_t& instance) {
         sandbox::server_t server(directory);
@@ -39,15 +32,12 @@ class SandboxTest : public testing::Test {
         return result;
     }
 
-    std::string read(const std::string& path) const {
-        std::ifstream file(sandbox::native_path(directory, path), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
+    std::string read(const std::string& path) const { return read_file(machine.find(path)); }
     bool exists(const std::string& path) const {
-        return std::filesystem::exists(sandbox::native_path(directory, path));
+        return std::filesystem::exists(machine.find(path));
     }
 
-    std::filesystem::path directory;
+    machine_t machine;
+    const std::filesystem::path& directory;
     sandbox::home_t home;
 };

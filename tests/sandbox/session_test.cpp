@@ -53,23 +53,24 @@ TEST_F(Sessions, LogonMatrix) {
             << session.text;
         EXPECT_TRUE(session.text.empty() || session.text.back() == '\n');
     }
-    setenv("ORACLE_HOME", "C:\\other", 1);
+    sandbox::set_environment("ORACLE_HOME", "C:\\other");
     EXPECT_EQ(session_t("ORCL").code, 12560);
-    setenv("ORACLE_HOME", (home.path + "\\").c_str(), 1);
+    sandbox::set_environment("ORACLE_HOME", home.path + "\\");
     EXPECT_EQ(session_t("ORCL", "agent", "Pw1").code, 0);
 }
 
 TEST_F(Sessions, TheThreadsAccountDecides) {
     add(instance("ORCL"));
     const auto file = directory / "run" /
-                      (std::to_string(getpid()) + "-" + std::to_string(gettid()) + ".account");
-    std::ofstream(file) << "LAB\\guest";
+                      (std::to_string(sandbox::process_id()) + "-" +
+                       std::to_string(sandbox::thread_id()) + ".account");
+    write_file(file, "LAB\\guest");
     EXPECT_EQ(session_t("ORCL").code, 1031);
-    std::ofstream(file) << "LAB\\backup";
+    write_file(file, "LAB\\backup");
     EXPECT_EQ(session_t("ORCL").code, 0);
     std::filesystem::remove(file);
     EXPECT_EQ(session_t("ORCL").code, 0);
-    std::ofstream(directory / "accounts.ini") << "[process]\naccount = LAB\\guest\n";
+    write_file(directory / "accounts.ini", "[process]\naccount = LAB\\guest\n");
     EXPECT_EQ(session_t("ORCL").code, 1031);
 }
 

@@ -8,7 +8,7 @@
 #include "platform/platform.h"
 #include "support/exc/byte_stream.h"
 #include "support/exc/rethrow.h"
-#include "support/machine.h"
+#include "support/fixture.h"
 #include "support/text/format.h"
 
 namespace support_test {

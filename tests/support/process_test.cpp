@@ -4,8 +4,9 @@
 #include <boost/make_shared.hpp>
 
 #include "platform/platform.h"
+#include "sandbox/native.h"
 #include "support/exc/exc.h"
-#include "support/machine.h"
+#include "support/fixture.h"
 #include "support/process/execute.h"
 #include "support/process/starter.h"
 
@@ -24,16 +25,22 @@ class Process : public Machine {
 };
 
 TEST_F(Process, OutputEnvironmentAndExitCodes) {
-    write_script("mixed.exe", "echo out; echo err >&2; echo \"$ORACLE_SID|$SystemRoot\"\n");
-    write_script("three.exe", "echo reason; exit 3\n");
-    write_script("tool.bat", "echo from bat $1\n");
-    SCommand command = make_command("C:\\mixed.exe");
+    machine.add_child("C:\\child.exe");
+    machine.add_child("C:\\tool.bat");
+    SCommand command = make_command("C:\\child.exe");
     command.environment.emplace_back("ORACLE_SID", "caf\xe9");
-    EXPECT_EQ(run(command), "out\nerr\ncaf\xe9|C:\\Windows\n");
-    EXPECT_EQ(run(make_command("C:\\three.exe")),
-              "failed: Command: C:\\three.exe, arguments: , error: 3, exit code: 3\n"
+    command.environment.emplace_back("ORALIB_CHILD",
+                                     "out out\\n err err\\n env ORACLE_SID env SystemRoot");
+    const std::string root =
+        machine_t::is_layered() ? "C:\\Windows" : sandbox::environment("SystemRoot");
+    EXPECT_EQ(run(command), "out\nerr\ncaf\xe9" + root);
+    command.environment.back() = {"ORALIB_CHILD", "out reason exit 3"};
+    EXPECT_EQ(run(command),
+              "failed: Command: C:\\child.exe, arguments: , error: 3, exit code: 3\n"
               "Failed to execute command");
-    EXPECT_EQ(run(make_command("C:\\tool.bat")), "from bat\n");
+    command = make_command("C:\\tool.bat");
+    command.environment.emplace_back("ORALIB_CHILD", "out bat");
+    EXPECT_EQ(run(command), "bat");
     EXPECT_EQ(make_command("x.bat").command + "|" + make_command("x.bat").arguments,
               "cmd.exe| /C x.bat");
     EXPECT_EQ(make_command("x.BAT").command, "x.BAT");
@@ -43,12 +50,12 @@ TEST_F(Process, OutputEnvironmentAndExitCodes) {
 }
 
 TEST_F(Process, OneThatOutlastsItsTimeIsEnded) {
-    write_script("slow.exe", "exec sleep 30\n");
+    machine.add_child("C:\\slow.exe");
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started{};
     process::CNonLogonProcessStarter starter;
-    ASSERT_TRUE(starter.start(L"C:\\slow.exe", L"slow.exe", nullptr, startup, started));
+    ASSERT_TRUE(starter.start(L"C:\\slow.exe", L"slow.exe sleep 30000", nullptr, startup, started));
     process::CWinProcess child(started.hProcess, started.hThread, {}, {}, 1);
     EXPECT_TRUE(child.is_active());
     EXPECT_EQ(failure_of([&] { child.get_exit_code(); }), "Process is still active");
@@ -60,7 +67,7 @@ TEST_F(Process, OneThatOutlastsItsTimeIsEnded) {
 }
 
 TEST_F(Process, Variables) {
-    setenv("ORALIB_TEST_VARIABLE", "value", 1);
+    sandbox::set_environment("ORALIB_TEST_VARIABLE", "value");
     EXPECT_EQ(util::CEnvironmentVariable::read("ORALIB_TEST_VARIABLE").assignment(),
               "ORALIB_TEST_VARIABLE=value");
     EXPECT_EQ(failure_of([] { util::CEnvironmentVariable::read("ORALIB_ABSENT"); }),

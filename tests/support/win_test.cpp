@@ -1,15 +1,11 @@
 // The wrappers of registry, files and paths.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <functional>
 #include <memory>
 #include <thread>
 
 #include "platform/platform.h"
-#include "platform/posix/faults.h"
 #include "support/exc/exc.h"
-#include "support/machine.h"
+#include "support/fixture.h"
 #include "support/win/file.h"
 #include "support/win/path.h"
 #include "support/win/registry.h"
@@ -20,7 +16,7 @@ namespace {
 using Registry = Machine;
 
 TEST_F(Registry, OutcomesOfTheReaders) {
-    write_registry(
+    machine.write_registry(
         "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Key]\n"
         "\"text\"=\"caf\xc3\xa9\"\n\"empty\"=\"\"\n\"number\"=dword:00000007\n"
         "\"expand\"=hex(2):25,00,41,00,25,00,00,00\n\"bytes\"=hex:01,02,03,04,05\n");
@@ -101,64 +97,11 @@ TEST_F(Files, ReadWriteSeekAndShrink) {
     EXPECT_NO_THROW(win::win_file_t::open_read_only(L"C:\\Windows")) << "folders can be opened";
 }
 
-TEST_F(Files, AWriteWaitsForALockedRangeAndForNothingElse) {
-    const auto file = win::win_file_t::create_or_open(L"C:\\locked");
-    platform::faults::arm("WriteFile", 1, ERROR_LOCK_VIOLATION);
-    const DWORD begin = GetTickCount();
-    file->write("text", 4);
-    EXPECT_GE(GetTickCount() - begin, 100u);
-    EXPECT_EQ(read(drive / "locked"), "text");
-    platform::faults::arm("WriteFile", 1, ERROR_DISK_FULL);
-    EXPECT_NE(failure_of([&] { file->write("more", 4); })
-                  .find("Failed to write data to the file [C:\\locked].\n--tr:Error code: "
-                        "0x00000070"),
-              std::string::npos);
-    EXPECT_EQ(file->size(), 4u);
-}
-
-// A lock of another opener, as the system knows it.
-class range_lock_t {
-  public:
-    explicit range_lock_t(const std::filesystem::path& path) : file(open(path.c_str(), O_RDWR)) {
-        struct flock range = {};
-        range.l_type = F_WRLCK;
-        range.l_len = 100;
-        EXPECT_EQ(fcntl(file, F_OFD_SETLK, &range), 0);
-    }
-    ~range_lock_t() { close(file); }
-    range_lock_t(const range_lock_t&) = delete;
-    range_lock_t& operator=(const range_lock_t&) = delete;
-
-  private:
-    const int file;
-};
-
-TEST_F(Files, ALockThatGoesInTimeAndOneThatStays) {
-    const auto file = win::win_file_t::create_or_open(L"C:\\locked");
-    auto passing = std::make_unique<range_lock_t>(drive / "locked");
-    std::thread unlocker([&] {
-        Sleep(250);
-        passing.reset();
-    });
-    EXPECT_NO_THROW(file->write("text", 4));
-    unlocker.join();
-    EXPECT_EQ(read(drive / "locked"), "text");
-
-    file->seek(0, FILE_BEGIN);
-    const range_lock_t staying(drive / "locked");
-    platform::faults::disarm();
-    EXPECT_NE(failure_of([&] { file->write("more", 4); })
-                  .find("Failed to write 4 bytes to the file 'C:\\locked': 0 bytes were written "
-                        "instead\n--tr:Error code: 0x00000021"),
-              std::string::npos);
-    EXPECT_EQ(platform::faults::calls("WriteFile"), 50u);
-}
-
 TEST_F(Files, Folders) {
     win::create_directories(L"C:\\a/b\\c\\name");
     EXPECT_TRUE(win::folder_exists(L"C:\\a\\b\\c"));
     EXPECT_FALSE(win::path_exists(L"C:\\a\\b\\c\\name"));
-    std::filesystem::create_directories(folder / "shares/srv/sh");
+    std::filesystem::create_directories(machine.folder / "shares/srv/sh");
     for (const wchar_t* path : {L"\\\\srv\\sh\\x\\y\\", L"\\\\?\\UNC\\srv\\sh\\p\\q\\",
                                 L"//?/UNC/srv/sh/s/t/", L"\\\\?\\C:\\u\\v\\"}) {
         win::create_directories(path);

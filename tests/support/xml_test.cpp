@@ -6,7 +6,7 @@
 #include <functional>
 #include <random>
 
-#include "support/machine.h"
+#include "support/fixture.h"
 #include "support/xml/depth.h"
 #include "support/xml/xml.h"
 

@@ -1,0 +1,91 @@
+// Files in trouble: calls of the platform that fail on demand, and locks of other openers, which
+// Wine has no eye for.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <memory>
+#include <thread>
+
+#include "platform/platform.h"
+#include "platform/posix/faults.h"
+#include "support/exc/exc.h"
+#include "support/fixture.h"
+#include "support/logging/scope.h"
+#include "support/logging/start.h"
+#include "support/win/file.h"
+
+namespace support_test {
+namespace {
+
+using Trouble = Machine;
+
+// A sink in trouble logs its trouble, which would meet the same trouble.
+TEST_F(Trouble, ALineThatCannotBeWrittenAtOnceIsWrittenLater) {
+    logging::start_log({L"-log", L"C:\\test.log"});
+    std::filesystem::resize_file(drive / "test.log", 0);
+    platform::faults::arm("WriteFile", 1, ERROR_LOCK_VIOLATION);
+    logging::g_oralib_log.line("the line");
+    platform::faults::arm("WriteFile", 1, ERROR_DISK_FULL);
+    logging::g_oralib_log.line("lost");
+    logging::g_oralib_log.line("goes on");
+    const std::string text = read_file(drive / "test.log");
+    EXPECT_NE(text.find("oralibthe line\n"), std::string::npos);
+    EXPECT_EQ(text.find("lost"), std::string::npos);
+    EXPECT_NE(text.find("oralibgoes on\n"), std::string::npos);
+}
+
+TEST_F(Trouble, AWriteWaitsForALockedRangeAndForNothingElse) {
+    const auto file = win::win_file_t::create_or_open(L"C:\\locked");
+    platform::faults::arm("WriteFile", 1, ERROR_LOCK_VIOLATION);
+    const DWORD begin = GetTickCount();
+    file->write("text", 4);
+    EXPECT_GE(GetTickCount() - begin, 100u);
+    EXPECT_EQ(read_file(drive / "locked"), "text");
+    platform::faults::arm("WriteFile", 1, ERROR_DISK_FULL);
+    EXPECT_NE(failure_of([&] { file->write("more", 4); })
+                  .find("Failed to write data to the file [C:\\locked].\n--tr:Error code: "
+                        "0x00000070"),
+              std::string::npos);
+    EXPECT_EQ(file->size(), 4u);
+}
+
+// A lock of another opener, as the system knows it.
+class range_lock_t {
+  public:
+    explicit range_lock_t(const std::filesystem::path& path) : file(open(path.c_str(), O_RDWR)) {
+        struct flock range = {};
+        range.l_type = F_WRLCK;
+        range.l_len = 100;
+        EXPECT_EQ(fcntl(file, F_OFD_SETLK, &range), 0);
+    }
+    ~range_lock_t() { close(file); }
+    range_lock_t(const range_lock_t&) = delete;
+    range_lock_t& operator=(const range_lock_t&) = delete;
+
+  private:
+    const int file;
+};
+
+TEST_F(Trouble, ALockThatGoesInTimeAndOneThatStays) {
+    const auto file = win::win_file_t::create_or_open(L"C:\\locked");
+    auto passing = std::make_unique<range_lock_t>(drive / "locked");
+    std::thread unlocker([&] {
+        Sleep(250);
+        passing.reset();
+    });
+    EXPECT_NO_THROW(file->write("text", 4));
+    unlocker.join();
+    EXPECT_EQ(read_file(drive / "locked"), "text");
+
+    file->seek(0, FILE_BEGIN);
+    const range_lock_t staying(drive / "locked");
+    platform::faults::disarm();
+    EXPECT_NE(failure_of([&] { file->write("more", 4); })
+                  .find("Failed to write 4 bytes to the file 'C:\\locked': 0 bytes were written "
+                        "instead\n--tr:Error code: 0x00000021"),
+              std::string::npos);
+    EXPECT_EQ(platform::faults::calls("WriteFile"), 50u);
+}
+
+}  // namespace
+}  // namespace support_test
