@@ -37,7 +37,7 @@ machine_t::machine_t() : folder(make_temporary_folder()) {
 }
 
 machine_t::~machine_t() {
-    if (!m_kept) {
+    if (!m_kept || !is_layered()) {
         clear();
         std::error_code ignored;
         fs::remove(folder, ignored);

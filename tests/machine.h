@@ -30,7 +30,7 @@ class machine_t {
     void add_child(const std::string& path) const;
     /// The machine is what a builder has made of `folder`: takes its registry over.
     void refresh() const;
-    /// Leaves everything as it is, for somebody to look at.
+    /// Leaves everything as it is, for somebody to look at; not where others come after it.
     void keep() { m_kept = true; }
 
     const std::filesystem::path folder;  ///< the sandbox, which ORALIB_SANDBOX names

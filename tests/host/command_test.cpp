@@ -11,6 +11,7 @@ namespace {
 class HostCommand : public testing::Test {
   protected:
     outcome_t host(const std::string& words, const std::string& environment = "") const {
+        set("ORALIB_SANDBOX=");
         set("ORALIB_LIBRARY=" CANNED_MODULE);
         std::istringstream assignments(environment);
         std::vector<std::string> changed;
@@ -32,6 +33,7 @@ class HostCommand : public testing::Test {
         return name;
     }
 
+    machine_t machine;  // what a sandbox leaves on the drives goes with it
     folder_t folder;
 };
 

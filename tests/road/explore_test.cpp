@@ -1,6 +1,6 @@
 // OracleExploreInstances, from the call to the document.
 #include <algorithm>
-#include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "road/road.h"
@@ -23,6 +23,12 @@ strings_t column(const std::filesystem::path& folder, const std::string& sid,
         values.push_back(value);
     }
     return values;
+}
+
+// The names of this machine and its system are nobody's to commit.
+std::string without_machine(const std::string& document) {
+    static const std::regex names("serverName=\"[^\"]*\" osName=\"[^\"]*\" timeZone=\"[^\"]*\"");
+    return machine_t::is_layered() ? document : std::regex_replace(document, names, "");
 }
 
 class Explore : public Road {
@@ -51,9 +57,10 @@ TEST_F(Explore, TheDemoServerAsCommitted) {
     const std::string got = readable(explore().result);
     const std::filesystem::path golden = ORALIB_SOURCE_DIR "/tests/road/golden/demo.xml";
     if (std::getenv("ORALIB_ACCEPT")) {
-        std::ofstream(golden) << got;
+        write_file(golden, got);
     }
-    EXPECT_EQ(got, read_file(golden)) << "ORALIB_ACCEPT=1 in the environment accepts it";
+    EXPECT_EQ(without_machine(got), without_machine(read_file(golden)))
+        << "ORALIB_ACCEPT=1 in the environment accepts it";
 }
 
 TEST_F(Explore, EverythingTheSandboxHolds) {
@@ -362,15 +369,17 @@ TEST_F(Explore, SettingsOfTheWrongTypeAndARegistryCutOff) {
     server.set_registry(settings_key, "OracleConnectionTimeout", "not a number");
     set("OracleWaitDbStartedAttemptCount", 0);
     server.set_registry(settings_key, "SupportOracle10", "1");
-    server.write();
+    write();
     EXPECT_EQ(document_t(explore().result).list("home", "sid").size(), 2u);
     EXPECT_EQ(count_in_log("OracleConnectionTimeout: 300"), 1u);
     EXPECT_EQ(count_in_log("OracleWaitDbStartedAttemptCount: 0"), 1u);
     EXPECT_EQ(count_in_log("SupportOracle10: false"), 1u);
 
     const std::string whole = read_file(folder / "registry.reg");
-    for (std::size_t size = 0; size < whole.size(); size += 97) {
+    // Windows' own tool refuses to import half a file.
+    for (std::size_t size = 0; machine_t::is_layered() && size < whole.size(); size += 97) {
         write_file(folder / "registry.reg", whole.substr(0, size));
+        machine.refresh();
         module_t module;
         ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
         const answer_t answer = module.explore();

@@ -2,7 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <algorithm>
 #include <thread>
 
 #include "road/road.h"
@@ -24,18 +24,20 @@ class Exports : public Road {
         std::fflush(stdout);
         dup2(saved, 1);
         close(saved);
-        return read_file(file);
+        std::string text = read_file(file);
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+        return text;
     }
 };
 
 TEST_F(Exports, InitRunsOnceAndStopChangesNothing) {
-    server.write();
+    write();
     module_t module;
     EXPECT_EQ(module.stop().code, ORALIB_OK) << "without init";
     EXPECT_EQ(module.init(log_name).code, ORALIB_OK);
     const std::string after_first = log();
     set("OracleConnectionTimeout", 77);
-    server.write();
+    write();
     EXPECT_EQ(module.stop().code, ORALIB_OK);
     EXPECT_EQ(module.init("another.log").code, ORALIB_OK);
     EXPECT_EQ(log(), after_first);
@@ -45,7 +47,7 @@ TEST_F(Exports, InitRunsOnceAndStopChangesNothing) {
 }
 
 TEST_F(Exports, TheDumpOfTheSettingsHasItsOrder) {
-    server.write();
+    write();
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
     const std::string text = log();
@@ -65,25 +67,25 @@ TEST_F(Exports, TheDumpOfTheSettingsHasItsOrder) {
 }
 
 TEST_F(Exports, AFailedInitCanBeTriedAgain) {
-    server.write();
+    write();
     const auto vault = machine.find("C:\\ProgramData\\Tarny");
     write_file(vault, "a file where the folder should be");
     server.set_registry(settings_key, "LogDirectory", "Q:\\absent\\log");
-    server.write();
+    write();
     module_t module;
     const answer_t failed = module.init(log_name);
     EXPECT_EQ(failed.code, ORALIB_FAILED);
     EXPECT_NE(failed.error.find("Failed to initialize log"), std::string::npos) << failed.error;
     std::filesystem::remove(vault);
     server.set_registry(settings_key, "LogDirectory", "C:\\ProgramData\\Tarny\\ClientVault");
-    server.write();
+    write();
     EXPECT_EQ(module.init("ignored.log").code, ORALIB_OK);
     EXPECT_EQ(count_in_log("Oracle agent config:"), 1u) << "the first name is kept";
 }
 
 TEST_F(Exports, OperationsWithoutADatabase) {
     server.add_home(home19());
-    server.write();
+    write();
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
     EXPECT_EQ(module.logs_folder().result, "C:\\ProgramData\\Tarny\\Backup\\OracleLogBackup\\");
@@ -93,14 +95,14 @@ TEST_F(Exports, OperationsWithoutADatabase) {
     sandbox::instance_t storage = instance("+ASM");
     storage.is_asm = true;
     server.add_instance(home19(), storage);
-    server.write();
+    write();
     EXPECT_EQ(module.asm_exists(exists).code, ORALIB_OK);
     EXPECT_TRUE(exists);
     EXPECT_TRUE(sandbox::read_journal(folder).empty());
 }
 
 TEST_F(Exports, WhatThisBuildLacksFailsThroughTheWholePath) {
-    server.write();
+    write();
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
     struct outcome_t {
@@ -186,7 +188,7 @@ TEST_F(Exports, TestPrintsWhatItReaches) {
     sandbox::instance_t storage = instance("+ASM");
     storage.is_asm = true;
     server.add_instance(home19(), storage);
-    server.write();
+    write();
     const int input = open("/dev/null", O_RDONLY);
     dup2(input, 0);
     close(input);
@@ -206,7 +208,7 @@ TEST_F(Exports, TestPrintsWhatItReaches) {
 TEST_F(Exports, OperationsOnSeveralThreads) {
     server.add_home(home19());
     server.add_instance(home19(), instance("ORCL"));
-    server.write();
+    write();
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
     std::thread explorer([&] { EXPECT_EQ(module.explore().code, ORALIB_OK); });

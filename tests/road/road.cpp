@@ -57,10 +57,11 @@ std::size_t Road::count_in_log(const std::string& text) const {
 
 answer_t Road::explore(const std::string& config, bool pfile, const std::string& user,
                        const std::string& user_password) {
-    if (!made_elsewhere) {
-        server.write();
+    if (made_elsewhere) {
+        machine.refresh();
+    } else {
+        write();
     }
-    machine.refresh();
     module_t module;
     EXPECT_EQ(module.init(log_name).code, ORALIB_OK);
     const answer_t answer = module.explore(config, pfile, user, user_password);

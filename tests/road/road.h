@@ -28,6 +28,11 @@ class Road : public testing::Test {
     Road() : folder(machine.folder), server(folder) {}
     void TearDown() override;
 
+    /// The registry and the facts, as the server's builder has them by now.
+    void write() {
+        server.write();
+        machine.refresh();
+    }
     void set(const std::string& setting, std::uint32_t value) {
         server.set_registry(settings_key, setting, value);
     }

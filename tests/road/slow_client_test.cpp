@@ -13,7 +13,7 @@ TEST_F(ClientSlow, TheCallerComesBackAndTheLateThreadLeavesEverythingAlone) {
     server.add_home(home19());
     server.add_instance(home19(), instance("ORCL"));
     set("OracleConnectionTimeout", 1);
-    server.write();
+    write();
     expect_in_log("Failed to gather database props for SID: ORCL");
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);

@@ -25,7 +25,7 @@ class Sweep : public Road {
         storage.users = {{"backup_user", distinctive_password, true}};
         server.add_instance(home, storage);
         set("OracleConnectionTimeout", 60);
-        server.write();
+        write();
     }
 
     // What holds after any single failure.
@@ -43,7 +43,7 @@ class Sweep : public Road {
 };
 
 TEST_F(Sweep, EachCallOfTheClientFailsOnce) {
-    server.write();
+    write();
     module_t module;
     ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
     const auto run = [&] { return module.explore("", true, "backup_user", distinctive_password); };

@@ -58,7 +58,9 @@ TEST_F(Builder, TheDemoServerShowsOneOfEach) {
 }
 
 TEST_F(Builder, OddSidsAreFound) {
-    add(instance("A/B:c%"));
+    auto odd = instance("A/B:c%");
+    odd.with_spfile = odd.with_password_file = false;  // Windows has no such names of files
+    add(odd);
     EXPECT_EQ(sandbox::list_sids(directory), std::vector<std::string>{"A/B:c%"});
     EXPECT_EQ(client::session_t("a/b:C%").value("SELECT INSTANCE_NAME FROM V$INSTANCE"), "A/B:c%");
 }

@@ -101,9 +101,14 @@ TEST_F(Files, Folders) {
     win::create_directories(L"C:\\a/b\\c\\name");
     EXPECT_TRUE(win::folder_exists(L"C:\\a\\b\\c"));
     EXPECT_FALSE(win::path_exists(L"C:\\a\\b\\c\\name"));
-    std::filesystem::create_directories(machine.folder / "shares/srv/sh");
-    for (const wchar_t* path : {L"\\\\srv\\sh\\x\\y\\", L"\\\\?\\UNC\\srv\\sh\\p\\q\\",
-                                L"//?/UNC/srv/sh/s/t/", L"\\\\?\\C:\\u\\v\\"}) {
+    std::vector<const wchar_t*> paths = {L"\\\\?\\C:\\u\\v\\"};
+    if (machine_t::is_layered()) {
+        // A share of another machine.
+        std::filesystem::create_directories(machine.folder / "shares/srv/sh");
+        paths.insert(paths.end(), {L"\\\\srv\\sh\\x\\y\\", L"\\\\?\\UNC\\srv\\sh\\p\\q\\",
+                                   L"//?/UNC/srv/sh/s/t/"});
+    }
+    for (const wchar_t* path : paths) {
         win::create_directories(path);
         EXPECT_TRUE(win::folder_exists(path));
     }

@@ -1,5 +1,7 @@
 #include "support/text/format.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cwchar>
 
@@ -7,17 +9,22 @@ namespace util {
 
 namespace {
 
-long parse_number(const char* text, char** end) {
-    return std::strtol(text, end, 10);
-}
-long parse_number(const wchar_t* text, wchar_t** end) {
-    return std::wcstol(text, end, 10);
+// A long has 32 bits on Windows, and the result shows.
+std::int32_t clamp(long number) {
+    return static_cast<std::int32_t>(std::clamp<long>(number, INT32_MIN, INT32_MAX));
 }
 
-void append_number(std::string& text, long number) {
+std::int32_t parse_number(const char* text, char** end) {
+    return clamp(std::strtol(text, end, 10));
+}
+std::int32_t parse_number(const wchar_t* text, wchar_t** end) {
+    return clamp(std::wcstol(text, end, 10));
+}
+
+void append_number(std::string& text, std::int32_t number) {
     text += std::to_string(number);
 }
-void append_number(std::wstring& text, long number) {
+void append_number(std::wstring& text, std::int32_t number) {
     text += std::to_wstring(number);
 }
 
@@ -33,13 +40,13 @@ Text format(const Text& pattern, const std::vector<const Text*>& args) {
         }
         ++at;
         char_t* end = nullptr;
-        const long number = parse_number(at, &end);
+        const std::int32_t number = parse_number(at, &end);
         if (end == at) {
             result += char_t('%');
             continue;
         }
         at = end;
-        if (number >= 1 && static_cast<unsigned long>(number) <= args.size()) {
+        if (number >= 1 && static_cast<std::size_t>(number) <= args.size()) {
             result += *args[static_cast<std::size_t>(number - 1)];
         } else {
             result += char_t('%');
