@@ -46,7 +46,11 @@ blow_t find_blow(OCIEnv& env, const char* entry, const std::string& statement) {
     return due;
 }
 
+#ifdef _MSC_VER
+#define SANDBOX_FAULTY __declspec(noinline)
+#else
 #define SANDBOX_FAULTY __attribute__((noinline, no_sanitize("address", "undefined", "thread")))
+#endif
 
 SANDBOX_FAULTY void write_through_null() {
     volatile int* volatile nowhere = nullptr;

@@ -1,6 +1,10 @@
 // The sixteen exports as a host meets them.
 #include <fcntl.h>
+#ifdef _WIN32
+#include <io.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <thread>
