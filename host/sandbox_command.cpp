@@ -100,7 +100,6 @@ exit_code unhang(const arguments_t& arguments) {
     return all_well;
 }
 
-// In the format of regedit, a section further down adds to what stands above.
 exit_code set(const arguments_t& arguments) {
     const fs::path file = existing_sandbox(arguments.operands[0]) / "registry.reg";
     const std::string& name = arguments.operands[1];
@@ -112,10 +111,8 @@ exit_code set(const arguments_t& arguments) {
     if (is_number) {
         value = {sandbox::value_kind::number, "", static_cast<std::uint32_t>(std::stoul(text))};
     }
-    const std::string whole =
-        sandbox::to_reg_file({{"SOFTWARE\\Tarny\\Tarny Client Vault", {{name, value}}}});
     std::ofstream stream(file, std::ios::binary | std::ios::app);
-    stream << whole.substr(whole.find("\r\n"));
+    stream << sandbox::to_reg_sections({{"SOFTWARE\\Tarny\\Tarny Client Vault", {{name, value}}}});
     if (!stream.flush()) {
         throw std::runtime_error("cannot write " + file.u8string());
     }

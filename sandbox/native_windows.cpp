@@ -101,9 +101,13 @@ class registry_copy_t {
         const std::string text{std::istreambuf_iterator<char>(stream), {}};
         const fs::path moved = fs::temp_directory_path() /
                                ("oralib-" + std::to_string(GetCurrentProcessId()) + ".reg");
-        // Of several sections of one key, the later ones add to the first, as in the original. The
-        // mark makes it UTF-16, without which the tool takes the code page.
-        std::wstring wide = L"\xFEFF" + widen(text);
+        // UTF-16 with its mark; else the tool takes the code page.
+        std::wstring wide(text.size() / sizeof(wchar_t), L'\0');
+        if (text.compare(0, 2, "\xFF\xFE") == 0) {
+            text.copy(reinterpret_cast<char*>(wide.data()), wide.size() * sizeof(wchar_t));
+        } else {
+            wide = L"\xFEFF" + widen(text);
+        }
         const std::wstring from = L"[HKEY_LOCAL_MACHINE";
         const std::wstring to = L"[HKEY_CURRENT_USER\\" + m_name;
         for (std::size_t i = wide.find(from); i != std::wstring::npos;

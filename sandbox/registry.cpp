@@ -28,7 +28,7 @@ std::string hexadecimal(const std::string& bytes) {
     return stream.str();
 }
 
-// UTF-16LE with its closing zero. The text is well-formed UTF-8, and of the basic plane.
+// UTF-16LE. The text is well-formed UTF-8, and of the basic plane.
 std::string to_utf16(const std::string& text) {
     std::string units;
     for (std::size_t i = 0; i < text.size();) {
@@ -43,13 +43,13 @@ std::string to_utf16(const std::string& text) {
         units += static_cast<char>(code & 0xFF);
         units += static_cast<char>(code >> 8);
     }
-    return units + std::string(2, '\0');
+    return units;
 }
 
 std::string to_data(const registry_value_t& value) {
     switch (value.kind) {
         case value_kind::expandable_text:
-            return "hex(2):" + hexadecimal(to_utf16(value.text));
+            return "hex(2):" + hexadecimal(to_utf16(value.text) + std::string(2, '\0'));
         case value_kind::bytes:
             return "hex:" + hexadecimal(value.text);
         case value_kind::number: {
@@ -64,15 +64,20 @@ std::string to_data(const registry_value_t& value) {
 
 }  // namespace
 
-std::string to_reg_file(const registry_t& registry) {
-    std::string file = "Windows Registry Editor Version 5.00\r\n";
+std::string to_reg_sections(const registry_t& registry) {
+    std::string sections;
     for (const auto& [key, values] : registry) {
-        file += "\r\n[HKEY_LOCAL_MACHINE" + (key.empty() ? "" : "\\" + key) + "]\r\n";
+        sections += "\r\n[HKEY_LOCAL_MACHINE" + (key.empty() ? "" : "\\" + key) + "]\r\n";
         for (const auto& [name, value] : values) {
-            file += (name.empty() ? "@" : quoted(name)) + "=" + to_data(value) + "\r\n";
+            sections += (name.empty() ? "@" : quoted(name)) + "=" + to_data(value) + "\r\n";
         }
     }
-    return file;
+    return to_utf16(sections);
+}
+
+std::string to_reg_file(const registry_t& registry) {
+    return to_utf16("\xEF\xBB\xBFWindows Registry Editor Version 5.00\r\n") +
+           to_reg_sections(registry);
 }
 
 }  // namespace sandbox

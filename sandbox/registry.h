@@ -1,4 +1,4 @@
-// A registry as regedit exports it.
+// A registry as regedit exports it: UTF-16 with its mark.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +18,9 @@ struct registry_value_t {
 /// Keys under HKEY_LOCAL_MACHINE with their values by name.
 using registry_t = std::map<std::string, std::map<std::string, registry_value_t>>;
 
+/// A whole file.
 std::string to_reg_file(const registry_t& registry);
+/// Sections to be appended to such a file; the later ones add to those above.
+std::string to_reg_sections(const registry_t& registry);
 
 }  // namespace sandbox

@@ -9,7 +9,9 @@
 #include "sandbox/native.h"
 #include "sandbox/paths.h"
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/wait.h>
 #endif
 
@@ -119,6 +121,17 @@ fs::path make_temporary_folder() {
             return folder;
         }
     }
+}
+
+std::size_t count_handles() {
+#ifdef _WIN32
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+#else
+    const fs::directory_iterator open("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(fs::begin(open), fs::end(open)));
+#endif
 }
 
 int run_command(const std::string& command) {

@@ -46,6 +46,9 @@ class machine_t {
 /// A folder that was not there before.
 std::filesystem::path make_temporary_folder();
 
+/// The handles, or descriptors, that this process has open.
+std::size_t count_handles();
+
 /// Runs a command of the shell; its exit code.
 int run_command(const std::string& command);
 

@@ -109,6 +109,21 @@ TEST_F(Explore, EverythingTheSandboxHolds) {
               not_valid);
 }
 
+TEST_F(Explore, AgainAndAgainKeepsNoHandles) {
+    make_two();
+    write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    const auto explore_once = [&] { EXPECT_EQ(module.explore("", true).code, ORALIB_OK); };
+    explore_once();
+    explore_once();
+    const std::size_t before = count_handles();
+    for (int round = 0; round < 5; ++round) {
+        explore_once();
+    }
+    EXPECT_EQ(count_handles(), before);
+}
+
 TEST_F(Explore, OneInstanceDownChangesItsEntryAlone) {
     make_two();
     document_t before(explore().result);
