@@ -33,14 +33,6 @@ std::string guid_of(const std::string& text) {
     return guid;
 }
 
-// Oracle's packed form of a time, which is half of an archived log's identity.
-std::int64_t stamp_of(const std::string& time) {
-    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    std::sscanf(time.c_str(), "%d-%d-%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second);
-    const std::int64_t days = ((year - 1988) * 12LL + month - 1) * 31 + day - 1;
-    return ((days * 24 + hour) * 60 + minute) * 60 + second;
-}
-
 std::string join(const std::vector<file_t>& files) {
     std::string names;
     for (const file_t& file : files) {
@@ -169,8 +161,10 @@ void add_other_files(const database_t& database, const instance_t& instance) {
     for (const file_t& file : instance.control_files) {
         control.bind(1, file.name).bind(2, static_cast<std::int64_t>(file.bytes / 16384)).run();
     }
-    const std::uint64_t last_sequence =
-        instance.archived_logs.empty() ? 0 : instance.archived_logs.back().sequence;
+    const bool has_logs = !instance.archived_logs.empty();
+    const std::uint64_t last_sequence = has_logs ? instance.archived_logs.back().sequence : 0;
+    const std::uint64_t current_change =
+        has_logs ? instance.archived_logs.back().next_change : first_archived_change;
     query_t log(database,
                 "INSERT INTO V$LOG([GROUP#], [THREAD#], [SEQUENCE#], BYTES, MEMBERS, "
                 "ARCHIVED, STATUS, [FIRST_CHANGE#], FIRST_TIME) "
@@ -186,7 +180,7 @@ void add_other_files(const database_t& database, const instance_t& instance) {
         log.bind(1, ++group_number).bind(2, std::max<std::int64_t>(sequence, 0));
         log.bind(3, static_cast<std::int64_t>(group.bytes));
         log.bind(4, static_cast<std::int64_t>(group.members.size()));
-        log.bind(5, static_cast<std::int64_t>(first_archived_change)).bind(6, created).run();
+        log.bind(5, static_cast<std::int64_t>(current_change)).bind(6, created).run();
         for (const std::string& name : group.members) {
             member.bind(1, group_number).bind(2, name).run();
         }

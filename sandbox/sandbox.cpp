@@ -43,6 +43,11 @@ std::string detail_of(const database_t& database, bool is_asm) {
         detail = value_of(database, "SELECT log_mode FROM sandbox_instance") == "ARCHIVELOG"
                      ? "archive log mode"
                      : "no archive log mode";
+        const std::string in_backup = value_of(
+            database, "SELECT COUNT(*) FROM sandbox_datafile WHERE backup_change IS NOT NULL");
+        if (in_backup != "0") {
+            detail += "; in backup mode: " + in_backup + " files";
+        }
         const std::string pdbs = value_of(
             database, "SELECT GROUP_CONCAT(name, ', ') FROM sandbox_pdb WHERE container > 2");
         if (!pdbs.empty()) {
@@ -81,6 +86,25 @@ void set_state(const fs::path& sandbox, const std::string& sid, state_t state) {
     enter_state(database, state, read_only);
     database.execute("UPDATE sandbox_instance SET closed = 0, stopping = 0");
     transaction.commit();
+}
+
+void boot(const fs::path& sandbox) {
+    for (const std::string& sid : list_sids(sandbox)) {
+        database_t database = open_instance(sandbox, sid);
+        const bool is_asm = value_of(database, "SELECT kind FROM sandbox_instance") == "ASM";
+        const bool was_up = read_state(database) != state_t::down;
+        const bool in_backup = value_of(database,
+                                        "SELECT COUNT(*) FROM sandbox_datafile WHERE "
+                                        "backup_change IS NOT NULL") != "0";
+        set_state(sandbox, sid, state_t::down);
+        if (was_up) {
+            // Files in backup mode keep a database from being opened.
+            set_state(sandbox, sid,
+                      is_asm      ? state_t::started
+                      : in_backup ? state_t::mounted
+                                  : state_t::open);
+        }
+    }
 }
 
 void run_sql(const fs::path& sandbox, const std::string& sid, const std::string& sql) {

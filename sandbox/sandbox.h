@@ -17,6 +17,10 @@ state_t get_state(const std::filesystem::path& sandbox, const std::string& sid);
 /// Puts an instance into a state as if the operator had done it, by no rules.
 void set_state(const std::filesystem::path& sandbox, const std::string& sid, state_t state);
 
+/// What a restored image does when its machine starts: each instance was lost where it stood, and
+/// the services with autostart bring theirs up, as far as Oracle lets them.
+void boot(const std::filesystem::path& sandbox);
+
 /// Runs statements of SQLite on an instance's database, for what the structures above lack.
 void run_sql(const std::filesystem::path& sandbox, const std::string& sid, const std::string& sql);
 /// The first column of the first row, empty if there is none or it is NULL.

@@ -1,5 +1,6 @@
 #include "sandbox/schema.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace sandbox {
@@ -120,6 +121,13 @@ const relation_t relations[] = {
 
 int major_version(const std::string& version) {
     return std::atoi(version.c_str());
+}
+
+std::int64_t stamp_of(const std::string& time) {
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+    std::sscanf(time.c_str(), "%d-%d-%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second);
+    const std::int64_t days = ((year - 1988) * 12LL + month - 1) * 31 + day - 1;
+    return ((days * 24 + hour) * 60 + minute) * 60 + second;
 }
 
 void create_schema(database_t& database, int major) {

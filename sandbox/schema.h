@@ -1,6 +1,7 @@
 // The tables of an instance's database, and what its state lets a session see of them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "sandbox/database.h"
@@ -12,6 +13,9 @@ enum class state_t { down, started, mounted, open };
 
 /// "19.0.0.0.0" is 19; 0 where the text does not begin with a number.
 int major_version(const std::string& version);
+
+/// Oracle's packed form of a time "yyyy-mm-dd hh:mm:ss", half of an archived log's identity.
+std::int64_t stamp_of(const std::string& time);
 
 /// Makes the tables and views as a server of this version has them.
 void create_schema(database_t& database, int major);

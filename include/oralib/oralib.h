@@ -26,11 +26,6 @@
  * Process  The module sets ORACLE_HOME and ORACLE_SID in the environment of the process.
  *
  * An empty userName means operating-system authentication to the database.
- *
- * In this build these exports report the failure "... is not available in this build":
- * OraclePrepareDbsForBackup, OracleFinishDbsBackup, OracleBackupLogs, OracleEnumLogs,
- * OracleRemoveLogsInTemp, OracleDeleteLogsByTime, OracleDeleteLogsBySize,
- * OracleIsRestoreRequired, OracleDoRestore.
  */
 #ifndef ORALIB_ORALIB_H
 #define ORALIB_ORALIB_H

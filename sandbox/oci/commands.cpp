@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "sandbox/oci/errors.h"
+#include "sandbox/oci/redo.h"
 #include "sandbox/oci/server_files.h"
 #include "sandbox/oci/statements.h"
 #include "sandbox/paths.h"
@@ -97,6 +98,8 @@ void open(const execution_t& execution, reader_t& reader) {
     if (execution.status.closed) {
         fail(16196, "database has been previously opened and closed");
     }
+    refuse_in_backup_mode(execution, 10873, "",
+                          " needs to be either taken out of backup mode or media recovered");
     enter(execution, state_t::open, read_only);
 }
 
@@ -110,6 +113,7 @@ void close(const execution_t& execution, reader_t& reader) {
     if (execution.status.state == state_t::mounted) {
         fail(1109, "database not open");
     }
+    refuse_in_backup_mode(execution, 1149, "cannot shutdown - ", " has online backup set");
     enter(execution, state_t::mounted);
     execution.instance.database.execute("UPDATE sandbox_instance SET closed = 1");
 }
@@ -195,6 +199,59 @@ void drop_directory(const execution_t& execution, reader_t& reader) {
     transaction.commit();
 }
 
+void alter_pdb(const execution_t& execution, reader_t& reader) {
+    const std::string name = reader.name();
+    std::string mode = "READ WRITE";
+    const bool closes = reader.take("CLOSE");
+    if (closes) {
+        reader.take("IMMEDIATE");
+        mode = "MOUNTED";
+    } else if (!reader.take("OPEN")) {
+        fail(922, "missing or invalid option");
+    } else if (reader.take("READ")) {
+        mode = reader.take("ONLY") ? "READ ONLY" : reader.take("WRITE") ? "READ WRITE" : "";
+    } else if (reader.take("UPGRADE")) {
+        mode = "MIGRATE";
+    }
+    const bool force = reader.take("FORCE");
+    reader.end();
+    if (mode.empty()) {
+        fail(922, "missing or invalid option");
+    }
+    require_database(execution);
+    if (execution.status.state != state_t::open) {
+        fail(1109, "database not open");
+    }
+    transaction_t transaction(execution.instance.database);
+    query_t pdb(execution.instance.database, "SELECT mode FROM sandbox_pdb WHERE name = ?");
+    pdb.bind(1, name);
+    if (!pdb.step()) {
+        fail(65011, "Pluggable database " + name + " does not exist.");
+    }
+    const bool is_mounted = pdb.text(0) == "MOUNTED";
+    if (closes && is_mounted) {
+        fail(65020, "pluggable database " + name + " already closed");
+    }
+    if (!closes && !is_mounted && !force) {
+        fail(65019, "pluggable database " + name + " already open");
+    }
+    pdb.reset();
+    query_t(execution.instance.database, "UPDATE sandbox_pdb SET mode = ? WHERE name = ?")
+        .bind(1, mode)
+        .bind(2, name)
+        .run();
+    transaction.commit();
+}
+
+template <void (*Run)(const execution_t&)>
+void whole(const execution_t& execution, reader_t& reader) {
+    reader.end();
+    if (!execution.identity.sysdba) {
+        fail(1031, "insufficient privileges");
+    }
+    Run(execution);
+}
+
 struct command_t {
     std::vector<const char*> words;
     void (*run)(const execution_t&, reader_t&);
@@ -205,6 +262,11 @@ const command_t commands[] = {
     {{"ALTER", "DATABASE", "OPEN"}, open},
     {{"ALTER", "DATABASE", "CLOSE"}, close},
     {{"ALTER", "DATABASE", "DISMOUNT"}, dismount},
+    {{"ALTER", "DATABASE", "BEGIN", "BACKUP"}, whole<begin_backup>},
+    {{"ALTER", "DATABASE", "END", "BACKUP"}, whole<end_backup>},
+    {{"ALTER", "SYSTEM", "ARCHIVE", "LOG", "ALL"}, whole<archive_all>},
+    {{"ALTER", "SYSTEM", "ARCHIVE", "LOG", "CURRENT"}, whole<switch_log>},
+    {{"ALTER", "PLUGGABLE", "DATABASE"}, alter_pdb},
     {{"CREATE", "PFILE"}, create_pfile},
     {{"CREATE", "DIRECTORY"},
      [](const execution_t& e, reader_t& r) { create_directory(e, r, false); }},

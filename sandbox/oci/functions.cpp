@@ -62,8 +62,8 @@ void to_char(sqlite3_context* context, int count, sqlite3_value** values) {
     give(context, result);
 }
 
-// The server's local time is that of the sandbox's machine.
-std::string utc_offset(const served_instance_t& instance) {
+// From local time, which is that of the sandbox's machine, to UTC.
+long utc_offset(const served_instance_t& instance) {
     const auto minutes = [&](const char* key, long fallback) {
         const std::string text = ini_value(instance.sandbox / "host.ini", "host", key);
         return text.empty() ? fallback : std::strtol(text.c_str(), nullptr, 0);
@@ -72,13 +72,13 @@ std::string utc_offset(const served_instance_t& instance) {
     const long season = state == 1   ? minutes("standard_bias", 0)
                         : state == 2 ? minutes("daylight_bias", -60)
                                      : 0;
-    return std::to_string(minutes("time_zone_bias", -60) + season) + " minutes";
+    return minutes("time_zone_bias", -60) + season;
 }
 
 void extract_utc(sqlite3_context* context, int, sqlite3_value** values) {
     const auto& instance = *static_cast<served_instance_t*>(sqlite3_user_data(context));
     query_t query(instance.database, "SELECT datetime(?1, ?2)");
-    query.bind(1, text_of(values[0])).bind(2, utc_offset(instance));
+    query.bind(1, text_of(values[0])).bind(2, std::to_string(utc_offset(instance)) + " minutes");
     give(context, query.step() ? query.text(0) : "");
 }
 
@@ -116,6 +116,13 @@ void add_functions(served_instance_t& instance) {
     add("TO_CHAR", 2, to_char);
     add("SYS_EXTRACT_UTC", 1, extract_utc);
     add("SYS_CONTEXT", 2, sys_context);
+}
+
+std::string local_time(const served_instance_t& instance) {
+    query_t query(instance.database, "SELECT datetime('now', ?)");
+    query.bind(1, std::to_string(-utc_offset(instance)) + " minutes");
+    query.step();
+    return query.text(0);
 }
 
 }  // namespace sandbox::oci

@@ -1,4 +1,5 @@
 #include "sandbox/oci/errors.h"
+#include "sandbox/oci/redo.h"
 #include "sandbox/oci/server_files.h"
 #include "sandbox/oci/statements.h"
 #include "sandbox/oci/values.h"
@@ -40,6 +41,10 @@ void remove_file(const execution_t& execution, const arguments_t& a) {
     oci::remove_file(execution.instance, a[0].value(), a[1].value());
 }
 
+void delete_archived_log(const execution_t& execution, const arguments_t& a) {
+    oci::delete_archived_log(execution, a[0].value(), a[1].value());
+}
+
 struct procedure_t {
     const char* name;
     std::size_t arguments;
@@ -48,6 +53,7 @@ struct procedure_t {
 };
 
 const procedure_t procedures[] = {
+    {"DBMS_BACKUP_RESTORE.DELETEARCHIVEDLOG", 8, true, delete_archived_log},
     {"DBMS_DISKGROUP.GETFILEATTR", 4, true, get_file_attributes},
     {"DBMS_FILE_TRANSFER.COPY_FILE", 4, false, copy_file},
     {"UTL_FILE.FREMOVE", 2, false, remove_file},

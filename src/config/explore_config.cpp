@@ -14,14 +14,6 @@ namespace specific::oracle {
 using logging::g_oralib_log;
 using util::xml_node_t;
 
-namespace {
-
-std::wstring wide_attribute(const xml_node_t& element, const char* name) {
-    return util::from_ansi(util::xml_get_attribute(element, name));
-}
-
-}  // namespace
-
 CExploreDbConfig::CExploreDbConfig(const std::wstring& configXml) {
     if (configXml.empty()) {
         g_oralib_log.line("Explore db config is empty");
@@ -43,11 +35,11 @@ void CExploreDbConfig::parse(const std::wstring& configXml) {
 
     const xml_node_t positions = util::xml_find_child(root, "dbrecids");
     for (const xml_node_t& element : util::xml_child_elements(positions)) {
-        const std::wstring sid = wide_attribute(element, "sid");
+        const std::wstring sid = util::xml_get_wide_attribute(element, "sid");
         auto info = boost::make_shared<SDbLogRecInfo>();
-        info->recId = wide_attribute(element, "recId");
-        info->stamp = wide_attribute(element, "stamp");
-        info->firstPassRecId = wide_attribute(element, "firstPassRecId");
+        info->recId = util::xml_get_wide_attribute(element, "recId");
+        info->stamp = util::xml_get_wide_attribute(element, "stamp");
+        info->firstPassRecId = util::xml_get_wide_attribute(element, "firstPassRecId");
         g_oralib_log.line(
             "Explore db config sid found: %1, recId: %2, stamp: %3, firstPassRecId: %4",
             util::to_ansi(sid), util::to_ansi(info->recId), util::to_ansi(info->stamp),
@@ -57,8 +49,8 @@ void CExploreDbConfig::parse(const std::wstring& configXml) {
 
     const xml_node_t exclusions = util::xml_find_child(root, "excludes");
     for (const xml_node_t& element : util::xml_child_elements(exclusions)) {
-        const SExclusion exclusion{wide_attribute(element, "name"),
-                                   wide_attribute(element, "home")};
+        const SExclusion exclusion{util::xml_get_wide_attribute(element, "name"),
+                                   util::xml_get_wide_attribute(element, "home")};
         g_oralib_log.line("Excluded database: sid %1, home: %2", util::to_ansi(exclusion.sid),
                           util::to_ansi(exclusion.home));
         excludes.push_back(exclusion);

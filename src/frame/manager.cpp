@@ -2,21 +2,34 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <exception>
 #include <vector>
 
+#include <boost/date_time/posix_time/posix_time.hpp>
+#include <boost/make_shared.hpp>
+
 #include "config/agent_config.h"
 #include "config/explore_config.h"
+#include "config/logon.h"
+#include "oracle/backup/backup_meta.h"
+#include "oracle/backup/finish.h"
+#include "oracle/backup/prepare.h"
 #include "oracle/connect/session_holder.h"
 #include "oracle/connect/status.h"
 #include "oracle/discovery/homes.h"
 #include "oracle/discovery/instance_explorer.h"
+#include "oracle/logs/log_descriptions.h"
+#include "oracle/logs/logs_backup.h"
+#include "oracle/logs/logs_deleter.h"
 #include "platform/system.h"
 #include "support/exc/exc.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
 #include "support/text/convert.h"
+#include "support/text/format.h"
+#include "support/win/path.h"
 
 namespace specific::oracle {
 
@@ -24,14 +37,6 @@ using logging::g_oralib_log;
 using logging::log_scope_t;
 
 namespace {
-
-[[noreturn]] void throw_not_available(const char* operation, const char* failure_line) {
-    try {
-        throw exc::runtime_exc_t("%1 is not available in this build", operation);
-    } catch (const std::exception& e) {
-        exc::rethrow_with_trace(failure_line, e);
-    }
-}
 
 std::vector<SOracleSid> all_instances() {
     std::vector<SOracleSid> instances;
@@ -73,6 +78,60 @@ void test_instance(const SOracleSid& instance) {
     std::printf("ok\n");
 }
 
+// A database that is not open or not active is left alone, which is no failure. The session goes
+// first, the holder after the scope's last line.
+template <typename Body>
+void delete_logs(const char* scope_text, const std::wstring& oracleHome, const std::wstring& sid,
+                 const SOracleCredentials& credentials, const Body& body) {
+    boost::shared_ptr<COracleSessionHolder> holder;
+    log_scope_t scope(g_oralib_log, scope_text, util::to_ansi_safe(sid));
+    holder = boost::make_shared<COracleSessionHolder>(sid, oracleHome, credentials, false);
+    {
+        const boost::shared_ptr<COracleSession> session = holder->get_session();
+        boost::shared_ptr<exc::exc_base_t> error_slot;
+        if (is_instance_open(error_slot, session, false) && is_db_active(error_slot, session)) {
+            body(COracleLogsDeleter(session));
+        }
+    }
+    scope.ok();
+}
+
+std::string start_time_text(std::int32_t minutes) {
+    const boost::posix_time::ptime start =
+        boost::posix_time::second_clock::universal_time() - boost::posix_time::minutes(minutes);
+    const std::tm parts = boost::posix_time::to_tm(start);
+    char text[256];
+    std::strftime(text, sizeof text, "%d/%m/%Y %H:%M:%S", &parts);
+    return text;
+}
+
+// The host's thread must not keep the account, whatever happens.
+class impersonation_t {
+  public:
+    explicit impersonation_t(HANDLE token) { impersonate_user(token); }
+    ~impersonation_t() { RevertToSelf(); }
+    impersonation_t(const impersonation_t&) = delete;
+    impersonation_t& operator=(const impersonation_t&) = delete;
+};
+
+// The file goes before anything is tried: a restore is tried once.
+void restore_by_meta(const std::wstring& path) {
+    std::wstring document;
+    SOracleCredentials credentials;
+    std::wstring os_user_name;
+    std::wstring os_password;
+    ReadBackupMeta(path, document, credentials, os_user_name, os_password);
+    RemoveBackupMeta(path);
+    if (os_user_name.empty()) {
+        FinishDbs(document, credentials, true);
+        return;
+    }
+    CAccessToken token;
+    logon_user(os_user_name, os_password, token);
+    const impersonation_t impersonation(token.token);
+    FinishDbs(document, credentials, true);
+}
+
 }  // namespace
 
 COracleManager& COracleManager::instance() {
@@ -92,34 +151,72 @@ void COracleManager::ExploreInstances(std::wstring& result, bool collectPfile,
     }
 }
 
-void COracleManager::DeleteLogsByTime(const std::wstring&, const std::wstring&, std::int32_t,
-                                      const SOracleCredentials&) {
-    throw_not_available("Deleting archived logs by time",
-                        "Oracle manager failed to delete archived logs by time");
+void COracleManager::DeleteLogsByTime(const std::wstring& oracleHome, const std::wstring& sid,
+                                      std::int32_t minutes, const SOracleCredentials& credentials) {
+    try {
+        delete_logs("Deleting oracle logs by time. Sid: %1", oracleHome, sid, credentials,
+                    [minutes](const COracleLogsDeleter& deleter) {
+                        const std::string start = start_time_text(minutes);
+                        g_oralib_log.line("UTC start time: %1", start);
+                        deleter.RemoveLogsByTime(util::from_ansi(start));
+                    });
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to delete archived logs by time", e);
+    }
 }
 
-void COracleManager::DeleteLogsBySize(const std::wstring&, const std::wstring&, std::int64_t,
-                                      const SOracleCredentials&) {
-    throw_not_available("Deleting archived logs by size",
-                        "Oracle manager failed to delete archived logs by time");
+void COracleManager::DeleteLogsBySize(const std::wstring& oracleHome, const std::wstring& sid,
+                                      std::int64_t sizeLimit,
+                                      const SOracleCredentials& credentials) {
+    try {
+        delete_logs("Deleting oracle logs by size. Sid: %1", oracleHome, sid, credentials,
+                    [sizeLimit](const COracleLogsDeleter& deleter) {
+                        deleter.RemoveLogsBySize(sizeLimit);
+                    });
+    } catch (const std::exception& e) {
+        // The words of its sibling, which operators know.
+        exc::rethrow_with_trace("Oracle manager failed to delete archived logs by time", e);
+    }
 }
 
-void COracleManager::PrepareDbsForBackup(std::wstring&, const std::wstring&,
-                                         const SOracleCredentials&, const std::wstring&,
-                                         const std::wstring&) {
-    throw_not_available("Preparing databases for backup",
-                        "Oracle manager failed to prepare dbs for backup");
+void COracleManager::PrepareDbsForBackup(std::wstring& result, const std::wstring& configXml,
+                                         const SOracleCredentials& credentials,
+                                         const std::wstring& osUserName,
+                                         const std::wstring& osPassword) {
+    try {
+        result = PrepareDbs(configXml, credentials);
+        SaveBackupMeta(GetBackupMetaPath(), result, credentials, osUserName, osPassword);
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to prepare dbs for backup", e);
+    }
 }
 
-void COracleManager::FinishDbsBackup(const std::wstring&, const SOracleCredentials&) {
-    throw_not_available("Finishing database backup", "Oracle manager failed to finish dbs backup");
+void COracleManager::FinishDbsBackup(const std::wstring& prepareXml,
+                                     const SOracleCredentials& credentials) {
+    try {
+        FinishDbs(prepareXml, credentials, false);
+        RemoveBackupMeta(GetBackupMetaPath());
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to finish dbs backup", e);
+    }
 }
 
-void COracleManager::BackupLogs(std::wstring&, const std::wstring&, const std::wstring&,
-                                const std::wstring&, const std::wstring&,
-                                const SOracleCredentials&) {
-    throw_not_available("Backing up archived logs",
-                        "Oracle manager failed to backup archived logs");
+void COracleManager::BackupLogs(std::wstring& result, const std::wstring& oracleHome,
+                                const std::wstring& sid, const std::wstring& usn,
+                                const std::wstring& lastRecId,
+                                const SOracleCredentials& credentials) {
+    try {
+        boost::shared_ptr<COracleSessionHolder> holder;
+        log_scope_t scope(g_oralib_log, "Backup oracle logs. Sid: %1", util::to_ansi_safe(sid));
+        holder = boost::make_shared<COracleSessionHolder>(sid, oracleHome, credentials, false);
+        const COracleLogsBackup saver(holder);
+        std::wstring folder;
+        GetLogsFolder(folder);
+        saver.BackupLogsToFolder(result, folder, usn, lastRecId);
+        scope.ok();
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to backup archived logs", e);
+    }
 }
 
 void COracleManager::GetLogsFolder(std::wstring& folder) {
@@ -130,21 +227,52 @@ void COracleManager::GetLogsFolder(std::wstring& folder) {
     }
 }
 
-void COracleManager::EnumLogs(std::wstring&) {
-    throw_not_available("Listing staged logs", "Oracle manager failed to enum logs");
+void COracleManager::EnumLogs(std::wstring& result) {
+    try {
+        log_scope_t scope(g_oralib_log, "Enumerating oracle logs");
+        std::wstring folder;
+        GetLogsFolder(folder);
+        result = EnumLogDescriptions(folder);
+        scope.ok();
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to enum logs", e);
+    }
 }
 
-void COracleManager::RemoveLogsInTemp(const std::wstring&) {
-    throw_not_available("Removing staged logs", "Oracle manager failed to remove logs in temp");
+void COracleManager::RemoveLogsInTemp(const std::wstring& logs) {
+    try {
+        log_scope_t scope(g_oralib_log, "Removing oracle logs in temp: %1",
+                          util::to_ansi_safe(logs));
+        std::wstring folder;
+        GetLogsFolder(folder);
+        RemoveLogs(logs);
+        scope.ok();
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to remove logs in temp", e);
+    }
 }
 
 bool COracleManager::IsRestoreRequired() {
-    throw_not_available("Checking for a restore",
-                        "Oracle manager failed to check if restore required");
+    try {
+        const bool required = win::path_exists(GetBackupMetaPath());
+        g_oralib_log.line("Oracle restore is required: %1", util::to_string(required));
+        return required;
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to check if restore required", e);
+    }
 }
 
 void COracleManager::DoRestore() {
-    throw_not_available("Restoring databases", "Oracle manager failed to do db restore");
+    try {
+        log_scope_t scope(g_oralib_log, "Performing oracle db restore");
+        const std::int32_t wait = COracleAgentConfig::instance().OracleRestoreWaitInSec();
+        g_oralib_log.line("Waiting for %1 sec", util::to_string(wait));
+        Sleep(wait > 0 ? static_cast<DWORD>(wait) * 1000 : 0);
+        restore_by_meta(GetBackupMetaPath());
+        scope.ok();
+    } catch (const std::exception& e) {
+        exc::rethrow_with_trace("Oracle manager failed to do db restore", e);
+    }
 }
 
 bool COracleManager::CheckIfAsmExist() {

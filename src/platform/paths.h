@@ -11,4 +11,7 @@ namespace platform {
 /// Never fails: a path on a drive or share that is absent gives a path where nothing can exist.
 boost::filesystem::path native_path(const std::wstring& path);
 
+/// The name of a file, as the library's paths have it.
+std::wstring wide_name(const boost::filesystem::path& name);
+
 }  // namespace platform

@@ -18,6 +18,7 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <stdlib.h>
+#include <userenv.h>
 // clang-format on
 #else
 #include "platform/posix/errors.h"

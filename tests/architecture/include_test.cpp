@@ -16,9 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string> layers = {"platform",      "support",        "config",
-                                         "oracle",        "oracle/connect", "oracle/discovery",
-                                         "oracle/backup", "oracle/logs",    "frame"};
+const std::vector<std::string> layers = {"platform",    "support",        "config",
+                                         "oracle",      "oracle/connect", "oracle/discovery",
+                                         "oracle/logs", "oracle/backup",  "frame"};
 
 int rank_of(const std::string& path) {
     int rank = -1;

@@ -68,6 +68,79 @@ answer_t module_t::explore(const std::string& config, bool pfile, const std::str
     });
 }
 
+answer_t module_t::prepare(const std::string& config, const std::string& user,
+                           const std::string& password, const std::string& os_user,
+                           const std::string& os_password) {
+    return take([&](oralib_char** result, oralib_char** error) {
+        return function<decltype(OraclePrepareDbsForBackup)>("OraclePrepareDbsForBackup")(
+            to_utf16(config).c_str(), to_utf16(user).c_str(), to_utf16(password).c_str(),
+            to_utf16(os_user).c_str(), to_utf16(os_password).c_str(), result, error);
+    });
+}
+
+answer_t module_t::finish(const std::string& document, const std::string& user,
+                          const std::string& password) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleFinishDbsBackup)>("OracleFinishDbsBackup")(
+            to_utf16(document).c_str(), to_utf16(user).c_str(), to_utf16(password).c_str(), error);
+    });
+}
+
+answer_t module_t::backup_logs(const std::string& home, const std::string& sid,
+                               const std::string& usn, const std::string& last_rec_id,
+                               const std::string& user, const std::string& password) {
+    return take([&](oralib_char** result, oralib_char** error) {
+        return function<decltype(OracleBackupLogs)>("OracleBackupLogs")(
+            to_utf16(home).c_str(), to_utf16(sid).c_str(), to_utf16(usn).c_str(),
+            to_utf16(last_rec_id).c_str(), to_utf16(user).c_str(), to_utf16(password).c_str(),
+            result, error);
+    });
+}
+
+answer_t module_t::enum_logs() {
+    return take([&](oralib_char** result, oralib_char** error) {
+        return function<decltype(OracleEnumLogs)>("OracleEnumLogs")(result, error);
+    });
+}
+
+answer_t module_t::remove_logs(const std::string& list) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleRemoveLogsInTemp)>("OracleRemoveLogsInTemp")(
+            to_utf16(list).c_str(), error);
+    });
+}
+
+answer_t module_t::delete_logs_by_time(const std::string& home, const std::string& sid,
+                                       std::int32_t minutes) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleDeleteLogsByTime)>("OracleDeleteLogsByTime")(
+            to_utf16(home).c_str(), to_utf16(sid).c_str(), minutes, to_utf16("").c_str(),
+            to_utf16("").c_str(), error);
+    });
+}
+
+answer_t module_t::delete_logs_by_size(const std::string& home, const std::string& sid,
+                                       std::int64_t limit) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleDeleteLogsBySize)>("OracleDeleteLogsBySize")(
+            to_utf16(home).c_str(), to_utf16(sid).c_str(), limit, to_utf16("").c_str(),
+            to_utf16("").c_str(), error);
+    });
+}
+
+answer_t module_t::is_restore_required(bool& required) {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleIsRestoreRequired)>("OracleIsRestoreRequired")(&required,
+                                                                                      error);
+    });
+}
+
+answer_t module_t::restore() {
+    return take([&](oralib_char**, oralib_char** error) {
+        return function<decltype(OracleDoRestore)>("OracleDoRestore")(error);
+    });
+}
+
 answer_t module_t::logs_folder() {
     return take([&](oralib_char** result, oralib_char** error) {
         return function<decltype(OracleGetLogsFolder)>("OracleGetLogsFolder")(result, error);

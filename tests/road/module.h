@@ -31,6 +31,22 @@ class module_t {
     answer_t stop();
     answer_t explore(const std::string& config = "", bool pfile = false,
                      const std::string& user = "", const std::string& password = "");
+    answer_t prepare(const std::string& config = "", const std::string& user = "",
+                     const std::string& password = "", const std::string& os_user = "",
+                     const std::string& os_password = "");
+    answer_t finish(const std::string& document, const std::string& user = "",
+                    const std::string& password = "");
+    answer_t backup_logs(const std::string& home, const std::string& sid, const std::string& usn,
+                         const std::string& last_rec_id, const std::string& user = "",
+                         const std::string& password = "");
+    answer_t enum_logs();
+    answer_t remove_logs(const std::string& list);
+    answer_t delete_logs_by_time(const std::string& home, const std::string& sid,
+                                 std::int32_t minutes);
+    answer_t delete_logs_by_size(const std::string& home, const std::string& sid,
+                                 std::int64_t limit);
+    answer_t is_restore_required(bool& required);
+    answer_t restore();
     answer_t logs_folder();
     answer_t asm_exists(bool& exists);
     answer_t test(const std::string& log_name);

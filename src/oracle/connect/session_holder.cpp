@@ -286,6 +286,9 @@ boost::shared_ptr<COracleSession> COracleSessionHolder::get_session() const {
 std::wstring COracleSessionHolder::get_sid() const {
     return state->sid;
 }
+std::wstring COracleSessionHolder::get_home() const {
+    return state->home;
+}
 
 boost::shared_ptr<COracleSessionHolder> create_session_holder(const SOracleSid& sid_record,
                                                               const SOracleCredentials& login) {

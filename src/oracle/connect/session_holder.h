@@ -31,6 +31,7 @@ class COracleSessionHolder {
     /// A copy may outlive the holder; its end then ends the session.
     boost::shared_ptr<COracleSession> get_session() const;
     std::wstring get_sid() const;
+    std::wstring get_home() const;
 
   private:
     struct SState;

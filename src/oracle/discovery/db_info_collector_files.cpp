@@ -26,21 +26,6 @@ using logging::log_scope_t;
 
 namespace {
 
-std::string read_whole_file(const std::wstring& path) {
-    const auto file = win::win_file_t::open_read_only(path);
-    std::string content(static_cast<std::size_t>(file->size()), '\0');
-    std::size_t length = 0;
-    while (length < content.size()) {
-        const std::size_t read = file->read(&content[length], content.size() - length);
-        if (read == 0) {
-            break;
-        }
-        length += read;
-    }
-    content.resize(length);
-    return content;
-}
-
 std::wstring find_srvctl(const SOracleSid& sidRecord) {
     const std::wstring script = L"srvctl.bat";
     const std::wstring in_bin = win::join_path(win::join_path(sidRecord.home, L"bin"), script);
@@ -105,7 +90,7 @@ void CDbInfoCollector::CollectPfile(CDatabaseProps& props) const {
         if (!written || !win::path_exists(path)) {
             query->exec_command(util::format_message("create pfile='%1' from memory", path_text));
         }
-        const std::string content = read_whole_file(path);
+        const std::string content = win::win_file_t::open_read_only(path)->read_all();
         if (!content.empty()) {
             props.pfile = util::base64_encode(content.data(), content.size());
         }
@@ -153,7 +138,7 @@ bool CDbInfoCollector::FindPasswordFileInAsm(std::wstring& path) const {
             L"%1 config database -db %2 > %3", script, sidRecord->sid, output_path));
         g_oralib_log.line("Executing script: %1", command);
         platform::run_system(command);
-        path = parse_password_file(read_whole_file(output_path));
+        path = parse_password_file(win::win_file_t::open_read_only(output_path)->read_all());
         return !path.empty();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception("Failed to get password file ASM location", e);

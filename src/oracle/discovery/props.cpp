@@ -12,10 +12,6 @@ using util::xml_node_t;
 
 namespace {
 
-void set(const xml_node_t& element, const char* name, const std::wstring& value) {
-    util::xml_set_attribute(element, name, to_ansi(value));
-}
-
 xml_node_t new_document_with(const char* name) {
     const xml_node_t document = util::xml_new_document();
     return util::xml_add_element(document, name);
@@ -78,8 +74,8 @@ xml_node_t MakeEmptyOverallDocument() {
 xml_node_t COverallProps::ToXml() const {
     const xml_node_t root = new_document_with("OracleOverall");
     if (env) {
-        set(root, "serverName", env->serverName);
-        set(root, "osName", env->osName);
+        util::xml_set_attribute(root, "serverName", env->serverName);
+        util::xml_set_attribute(root, "osName", env->osName);
         util::xml_set_int_attribute(root, "timeZone", time_zone_quarters());
     }
     for (const auto& home : homes) {
@@ -90,10 +86,10 @@ xml_node_t COverallProps::ToXml() const {
 
 xml_node_t CHomeProps::ToXml() const {
     const xml_node_t element = new_document_with("home");
-    set(element, "name", name);
-    set(element, "version", version);
-    set(element, "path", path);
-    set(element, "desc", desc);
+    util::xml_set_attribute(element, "name", name);
+    util::xml_set_attribute(element, "version", version);
+    util::xml_set_attribute(element, "path", path);
+    util::xml_set_attribute(element, "desc", desc);
     for (const auto& child : children) {
         XmlAppendChild(element, *child);
     }
@@ -106,27 +102,27 @@ xml_node_t CDatabaseProps::ToXml() const {
     const xml_node_t element = new_document_with("database");
     util::xml_set_bool_attribute(element, "isError", isError);
     if (isError) {
-        set(element, "sid", sid);
-        set(element, "config", config);
-        set(element, "errorDescription", errorDescription);
+        util::xml_set_attribute(element, "sid", sid);
+        util::xml_set_attribute(element, "config", config);
+        util::xml_set_attribute(element, "errorDescription", errorDescription);
         return util::xml_document(element);
     }
-    set(element, "name", name);
-    set(element, "id", id);
-    set(element, "sid", sid);
-    set(element, "config", config);
+    util::xml_set_attribute(element, "name", name);
+    util::xml_set_attribute(element, "id", id);
+    util::xml_set_attribute(element, "sid", sid);
+    util::xml_set_attribute(element, "config", config);
     util::xml_set_bool_attribute(element, "archiveLogsOn", archiveLogsOn);
     util::xml_set_bool_attribute(element, "isReadonly", isReadonly);
-    set(element, "timeUtc", timeUtc);
+    util::xml_set_attribute(element, "timeUtc", timeUtc);
     util::xml_set_attribute(element, "pfile", pfile);
-    set(element, "pwdFilePath", pwdFilePath);
-    set(element, "globalName", globalName);
-    set(element, "recoveryFileDest", recoveryFileDest);
-    set(element, "localListener", localListener);
-    set(element, "remoteListener", remoteListener);
+    util::xml_set_attribute(element, "pwdFilePath", pwdFilePath);
+    util::xml_set_attribute(element, "globalName", globalName);
+    util::xml_set_attribute(element, "recoveryFileDest", recoveryFileDest);
+    util::xml_set_attribute(element, "localListener", localListener);
+    util::xml_set_attribute(element, "remoteListener", remoteListener);
     util::xml_set_bool_attribute(element, "hasGuaranteedRestorePoints", hasGuaranteedRestorePoints);
     util::xml_set_bool_attribute(element, "isCluster", isCluster);
-    set(element, "resetlogsChange", resetlogsChange);
+    util::xml_set_attribute(element, "resetlogsChange", resetlogsChange);
 
     XmlAppendFileList(element, "control_files", controlFiles);
     XmlAppendFileList(element, "data_files", dataFiles);
@@ -137,22 +133,22 @@ xml_node_t CDatabaseProps::ToXml() const {
     const xml_node_t list = util::xml_add_element(element, "pdbs");
     for (const auto& [pdb_name, guid] : pdbs) {
         const xml_node_t db = util::xml_add_element(list, "db");
-        set(db, "name", pdb_name);
-        set(db, "guid", guid);
+        util::xml_set_attribute(db, "name", pdb_name);
+        util::xml_set_attribute(db, "guid", guid);
     }
     return util::xml_document(element);
 }
 
 xml_node_t CDbFileProps::ToXml() const {
     const xml_node_t element = new_document_with("dbfile");
-    set(element, "path", path);
-    set(element, "size", size);
+    util::xml_set_attribute(element, "path", path);
+    util::xml_set_attribute(element, "size", size);
     return util::xml_document(element);
 }
 
 xml_node_t CAsmInstanceProps::ToXml() const {
     const xml_node_t element = new_document_with("asm");
-    set(element, "sid", sid);
+    util::xml_set_attribute(element, "sid", sid);
     for (const auto& disk : disks) {
         XmlAppendChild(element, *disk);
     }
@@ -161,9 +157,9 @@ xml_node_t CAsmInstanceProps::ToXml() const {
 
 xml_node_t CAsmDiskProps::ToXml() const {
     const xml_node_t element = new_document_with("disk");
-    set(element, "name", name);
-    set(element, "path", path);
-    set(element, "state", state);
+    util::xml_set_attribute(element, "name", name);
+    util::xml_set_attribute(element, "path", path);
+    util::xml_set_attribute(element, "state", state);
     return util::xml_document(element);
 }
 

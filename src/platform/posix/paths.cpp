@@ -100,4 +100,8 @@ boost::filesystem::path native_path(const std::wstring& path) {
     return to_native(path).path;
 }
 
+std::wstring wide_name(const boost::filesystem::path& name) {
+    return from_utf8(name.native());
+}
+
 }  // namespace platform

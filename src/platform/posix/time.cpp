@@ -2,6 +2,8 @@
 
 #include <time.h>
 
+#include <cmath>
+
 #include "platform/posix/handles.h"
 #include "platform/posix/sandbox.h"
 
@@ -23,6 +25,9 @@ timespec now(clockid_t clock) {
     clock_gettime(clock, &moment);
     return moment;
 }
+
+constexpr std::int64_t seconds_a_day = 86400;
+constexpr std::int64_t days_from_1899_to_1970 = 25569;
 
 }  // namespace
 
@@ -72,4 +77,29 @@ void Sleep(DWORD milliseconds) {
     end.tv_nsec %= 1000000000;
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) != 0) {
     }
+}
+
+BOOL SystemTimeToVariantTime(SYSTEMTIME* time, double* date) {
+    if (time->wYear < 100 || time->wYear > 9999 || time->wMonth < 1 || time->wMonth > 12 ||
+        time->wDay > 31 || time->wHour > 23 || time->wMinute > 59 || time->wSecond > 59) {
+        return FALSE;
+    }
+    tm parts = {};
+    parts.tm_year = time->wYear - 1900;
+    parts.tm_mon = time->wMonth - 1;
+    parts.tm_mday = time->wDay;
+    const std::int64_t days = timegm(&parts) / seconds_a_day + days_from_1899_to_1970;
+    const double fraction = (time->wHour * 3600 + time->wMinute * 60 + time->wSecond) /
+                            static_cast<double>(seconds_a_day);
+    *date = static_cast<double>(days) + (days < 0 ? -fraction : fraction);
+    return TRUE;
+}
+
+BOOL VariantTimeToSystemTime(double date, SYSTEMTIME* time) {
+    const double whole = std::trunc(date);
+    const auto seconds = std::llround(std::fabs(date - whole) * seconds_a_day);
+    const timespec moment = {
+        (static_cast<std::int64_t>(whole) - days_from_1899_to_1970) * seconds_a_day + seconds, 0};
+    to_system_time(moment, time);
+    return TRUE;
 }

@@ -24,3 +24,9 @@ void GetSystemTimeAsFileTime(FILETIME* time);
 DWORD GetTickCount();
 DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone);
 void Sleep(DWORD milliseconds);
+
+/// Automation dates: days since 30 December 1899, the time of day as their fraction, also of the
+/// negative ones. False for a year before 100 or behind 9999 and for a field out of its range; a
+/// day that its month does not have rolls over.
+BOOL SystemTimeToVariantTime(SYSTEMTIME* time, double* date);
+BOOL VariantTimeToSystemTime(double date, SYSTEMTIME* time);

@@ -136,6 +136,10 @@ BOOL ImpersonateLoggedOnUser(HANDLE token) {
     return TRUE;
 }
 
+BOOL UnloadUserProfile(HANDLE, HANDLE) {
+    return TRUE;
+}
+
 BOOL RevertToSelf() {
     if (failing(__func__)) return FALSE;
     thread_token(GetCurrentThread()).set(nullptr);

@@ -25,6 +25,8 @@ BOOL LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logon_type
                 DWORD logon_provider, PHANDLE token);
 BOOL ImpersonateLoggedOnUser(HANDLE token);
 BOOL RevertToSelf();
+/// There are no profiles here.
+BOOL UnloadUserProfile(HANDLE token, HANDLE profile);
 BOOL DuplicateToken(HANDLE token, SECURITY_IMPERSONATION_LEVEL level, PHANDLE duplicate);
 BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHANDLE token);
 /// `thread` null stands for the calling thread, `token` null takes the thread's token away.

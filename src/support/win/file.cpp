@@ -99,6 +99,20 @@ std::size_t win_file_t::read(void* buffer, std::size_t size) {
     return read;
 }
 
+std::string win_file_t::read_all() {
+    std::string content(static_cast<std::size_t>(size()), '\0');
+    std::size_t length = 0;
+    while (length < content.size()) {
+        const std::size_t got = read(&content[length], content.size() - length);
+        if (got == 0) {
+            break;
+        }
+        length += got;
+    }
+    content.resize(length);
+    return content;
+}
+
 void win_file_t::write(const void* buffer, std::size_t size) {
     DWORD written = 0;
     DWORD error = ERROR_SUCCESS;

@@ -31,6 +31,8 @@ class win_file_t : public win_handle_t {
 
     /// The number of bytes read, 0 at the end.
     std::size_t read(void* buffer, std::size_t size);
+    /// From the current position to the end, or as far as the file was long when it began.
+    std::string read_all();
     /// Writes all or throws. Waits up to 5 seconds for a range that another has locked.
     void write(const void* buffer, std::size_t size);
     /// `method` is FILE_BEGIN, FILE_CURRENT or FILE_END.

@@ -108,6 +108,20 @@ bool folder_exists(const std::string& path) {
     return folder_exists(util::from_ansi(path));
 }
 
+std::uint64_t file_size(const std::wstring& path) {
+    return boost::filesystem::file_size(platform::native_path(path));
+}
+
+std::vector<std::wstring> list_files(const std::wstring& folder) {
+    std::vector<std::wstring> files;
+    for (const auto& entry : boost::filesystem::directory_iterator(platform::native_path(folder))) {
+        if (boost::filesystem::is_regular_file(entry.status())) {
+            files.push_back(join_path(folder, platform::wide_name(entry.path().filename())));
+        }
+    }
+    return files;
+}
+
 void remove_file(const std::wstring& path) {
     boost::filesystem::remove(platform::native_path(path));
 }
@@ -135,6 +149,19 @@ void create_directories(const std::wstring& path) {
             }
         }
     }
+}
+
+std::wstring get_extension(const std::wstring& path) {
+    const auto dot = path.find_last_of(L"./\\");
+    return dot == std::wstring::npos || path[dot] != L'.' ? std::wstring() : path.substr(dot);
+}
+
+std::wstring replace_extension(const std::wstring& path, const std::wstring& extension) {
+    return path.substr(0, path.size() - get_extension(path).size()) + extension;
+}
+
+std::wstring get_root_path(const std::wstring& path) {
+    return path.size() > 1 && path[1] == L':' ? path.substr(0, 2) + L'\\' : std::wstring();
 }
 
 void split_path(const std::wstring& path, std::wstring& folder, std::wstring& name) {

@@ -1,7 +1,9 @@
 // Paths and what stands at them. Paths are Windows paths; narrow ones are in the ANSI code page.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace win {
 
@@ -10,6 +12,12 @@ bool path_exists(const std::wstring& path);
 bool path_exists(const std::string& path);
 bool folder_exists(const std::wstring& path);
 bool folder_exists(const std::string& path);
+
+/// In bytes. Throws where the file cannot be looked at.
+std::uint64_t file_size(const std::wstring& path);
+
+/// The files of a folder, in the order of the system; neither folders nor what lies in them.
+std::vector<std::wstring> list_files(const std::wstring& folder);
 
 /// Throw where the file cannot be deleted.
 void remove_file(const std::wstring& path);
@@ -25,6 +33,14 @@ void create_directories(const std::wstring& path);
 /// Splits at the last "/" or "\"; with neither, the folder is empty.
 void split_path(const std::wstring& path, std::wstring& folder, std::wstring& name);
 void split_path(const std::string& path, std::string& folder, std::string& name);
+
+/// What begins with the last dot of the path's last component; empty where there is none.
+std::wstring get_extension(const std::wstring& path);
+/// The path with that part replaced, or with `extension`, which has its dot, behind it.
+std::wstring replace_extension(const std::wstring& path, const std::wstring& extension);
+
+/// "C:\" of a path on drive C:; empty for a path without a drive.
+std::wstring get_root_path(const std::wstring& path);
 
 /// `a` and `b` with one separator between them; all separators become "\". An absolute `b` stands
 /// alone.

@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include "support/exc/rethrow.h"
+#include "support/text/convert.h"
 #include "support/text/format.h"
 #include "support/xml/depth.h"
 
@@ -136,6 +137,15 @@ std::string xml_get_attribute(const xml_node_t& element, const std::string& name
             format_message("Attribute value is not specified. Attribute: [%1].", name));
     }
     return value;
+}
+
+std::wstring xml_get_wide_attribute(const xml_node_t& element, const std::string& name) {
+    return from_ansi(xml_get_attribute(element, name));
+}
+
+void xml_set_attribute(const xml_node_t& element, const std::string& name,
+                       const std::wstring& value) {
+    xml_set_attribute(element, name, to_ansi(value));
 }
 
 bool xml_try_get_attribute(const xml_node_t& element, const std::string& name, std::string& value) {

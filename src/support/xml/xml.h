@@ -48,6 +48,10 @@ std::vector<xml_node_t> xml_child_elements(const xml_node_t& parent);
 
 /// Throws where the attribute is absent.
 std::string xml_get_attribute(const xml_node_t& element, const std::string& name);
+/// Wide text goes through the code page, and throws where that cannot hold it.
+std::wstring xml_get_wide_attribute(const xml_node_t& element, const std::string& name);
+void xml_set_attribute(const xml_node_t& element, const std::string& name,
+                       const std::wstring& value);
 /// False where the attribute is absent; `value` is then left alone.
 bool xml_try_get_attribute(const xml_node_t& element, const std::string& name, std::string& value);
 bool xml_try_get_bool_attribute(const xml_node_t& element, const std::string& name, bool& value);

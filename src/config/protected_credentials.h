@@ -1,0 +1,16 @@
+// The form in which accounts stand in the backup's meta file.
+#pragma once
+
+#include <string>
+
+namespace specific::oracle {
+
+/// Both return false after a failure, which is logged, never with a password. All texts are in the
+/// ANSI code page.
+
+/// Writes no secret: whatever the account, the text holds an empty one.
+bool protect_credentials(const std::string& user, const std::string& password, std::string& text);
+/// Reads any account that such a text holds.
+bool unprotect_credentials(const std::string& text, std::string& user, std::string& password);
+
+}  // namespace specific::oracle

@@ -1,0 +1,244 @@
+// From prepare to restore: what the databases go through, and what stands in the documents.
+#include <algorithm>
+
+#include "road/road.h"
+
+namespace road {
+namespace {
+
+using strings_t = std::vector<std::string>;
+
+class Backup : public Road {
+  protected:
+    Backup() {
+        server.add_home(home19());
+        set("OracleRestoreWaitInSec", 0u);
+        set("OracleWaitDbStartedAttemptCount", 1u);
+    }
+
+    void add(const std::string& sid, bool archive_log = true,
+             const std::vector<std::string>& pdbs = {}) {
+        sandbox::instance_t made = instance(sid);
+        made.archive_log = archive_log;
+        for (const std::string& name : pdbs) {
+            made.pdbs.emplace_back();
+            made.pdbs.back().name = name;
+        }
+        server.add_instance(home19(), made);
+    }
+
+    void start(module_t& module) {
+        write();
+        ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    }
+
+    // How many files of the database are in backup mode.
+    std::string in_backup(const std::string& sid) const {
+        return sandbox::query_sql(folder, sid,
+                                  "SELECT COUNT(*) FROM V$BACKUP WHERE STATUS = 'ACTIVE'");
+    }
+    std::string mode_of(const std::string& sid, const std::string& pdb) const {
+        return sandbox::query_sql(folder, sid,
+                                  "SELECT OPEN_MODE FROM V$PDBS WHERE NAME = '" + pdb + "'");
+    }
+    // Statements that change something.
+    strings_t changes(const std::string& sid) const {
+        strings_t statements = sandbox::executed_statements(folder, sid);
+        statements.erase(std::remove_if(statements.begin(), statements.end(),
+                                        [](const std::string& sql) {
+                                            return sql.rfind("SELECT", 0) == 0 ||
+                                                   sql.rfind("select", 0) == 0;
+                                        }),
+                         statements.end());
+        return statements;
+    }
+    std::filesystem::path meta_file() const {
+        return machine.find("C:\\ProgramData\\Tarny\\Backup\\OracleLogBackup\\OracleMeta.xml");
+    }
+    static std::string action(const document_t& document, const std::string& sid) {
+        return document.attribute("database[" + sid + "]", "action");
+    }
+};
+
+const strings_t begun = {"ALTER DATABASE BEGIN BACKUP", "ALTER SYSTEM ARCHIVE LOG CURRENT",
+                         "ALTER SYSTEM ARCHIVE LOG ALL"};
+const strings_t ended = {"ALTER DATABASE END BACKUP", "ALTER SYSTEM ARCHIVE LOG CURRENT"};
+
+TEST_F(Backup, PrepareAndFinishOnTheLiveMachine) {
+    add("HOT", true, {"SALES"});
+    add("COLD", false);
+    expect_in_log("Failed to end OCI session");  // of a try at the one that is down
+    sandbox::instance_t down = instance("DOWN");
+    down.state = sandbox::state_t::mounted;
+    server.add_instance(home19(), down);
+    expect_in_log("Failed to archive logs all");
+    module_t module;
+    start(module);
+    const answer_t prepared = module.prepare();
+    ASSERT_EQ(prepared.code, ORALIB_OK) << prepared.error;
+    const document_t document(prepared.result);
+    EXPECT_EQ(action(document, "HOT"), "2");
+    EXPECT_EQ(action(document, "COLD"), "3");
+    EXPECT_EQ(action(document, "DOWN"), "1");
+    EXPECT_EQ(in_backup("HOT"), "5");
+    EXPECT_EQ(sandbox::get_state(folder, "COLD"), sandbox::state_t::down);
+    EXPECT_EQ(changes("HOT"), begun);
+    EXPECT_EQ(document.list("database[HOT]/pdbs", "name"), (strings_t{"PDB$SEED", "SALES"}));
+    EXPECT_EQ(document.attribute("database[HOT]", "scn"),
+              sandbox::query_sql(folder, "HOT",
+                                 "SELECT MIN([CHECKPOINT_CHANGE#]) FROM V$DATAFILE_HEADER"));
+    EXPECT_EQ(document.list("database[HOT]/archived_logs", "seqNum"), strings_t{"1"});
+    EXPECT_EQ(document.attribute("database[HOT]", "lastLogNum"), "0");
+    EXPECT_TRUE(std::filesystem::exists(meta_file()));
+    bool required = false;
+    EXPECT_EQ(module.is_restore_required(required).code, ORALIB_OK);
+    EXPECT_TRUE(required);
+
+    sandbox::clear_journal(folder);
+    ASSERT_EQ(module.finish(prepared.result).code, ORALIB_OK);
+    EXPECT_EQ(changes("HOT"), ended);
+    EXPECT_EQ(in_backup("HOT"), "0");
+    EXPECT_EQ(sandbox::get_state(folder, "COLD"), sandbox::state_t::open);
+    EXPECT_EQ(sandbox::get_state(folder, "DOWN"), sandbox::state_t::mounted);
+    EXPECT_FALSE(std::filesystem::exists(meta_file()));
+    EXPECT_EQ(module.is_restore_required(required).code, ORALIB_OK);
+    EXPECT_FALSE(required);
+}
+
+TEST_F(Backup, TheImageIsBroughtBackOnAnotherMachine) {
+    add("HOT", true, {"SALES", "HR"});
+    add("COLD", false);
+    expect_in_log("Failed to end OCI session");
+    expect_in_log("Failed to archive logs all");
+    module_t module;
+    start(module);
+    ASSERT_EQ(module.prepare().code, ORALIB_OK);
+    sandbox::boot(folder);
+    EXPECT_EQ(sandbox::get_state(folder, "HOT"), sandbox::state_t::mounted);
+    EXPECT_EQ(mode_of("HOT", "SALES"), "MOUNTED");
+    // One that is to stay as it was found.
+    sandbox::run_sql(folder, "HOT",
+                     "UPDATE sandbox_pdb SET saved_mode = 'MOUNTED' WHERE name = 'HR'");
+    const answer_t restored = module.restore();
+    EXPECT_EQ(restored.code, ORALIB_OK) << restored.error;
+    EXPECT_EQ(sandbox::get_state(folder, "HOT"), sandbox::state_t::open);
+    EXPECT_EQ(in_backup("HOT"), "0");
+    EXPECT_EQ(sandbox::get_state(folder, "COLD"), sandbox::state_t::open);
+    EXPECT_EQ(mode_of("HOT", "SALES"), "READ WRITE");
+    EXPECT_EQ(mode_of("HOT", "HR"), "READ WRITE");
+    EXPECT_FALSE(std::filesystem::exists(meta_file()));
+}
+
+TEST_F(Backup, WhatADatabaseIsDecidesItsAction) {
+    const struct {
+        const char* name;
+        std::function<void(sandbox::instance_t&)> make;
+        const char* setting;
+        const char* action;
+        strings_t statements;
+    } rows[] = {
+        {"archive log", [](auto&) {}, nullptr, "2", begun},
+        {"disabled", [](auto&) {}, "DisableOracleProcessing", "6", {}},
+        {"disabled, no archive log",
+         [](auto& i) { i.archive_log = false; },
+         "DisableOracleProcessing",
+         "5",
+         {}},
+        {"no archive log, skipped",
+         [](auto& i) { i.archive_log = false; },
+         "OracleSkipNoArchiveLogDB",
+         "5",
+         {}},
+        {"version 10", [](auto& i) { i.version = "10.2.0.4.0"; }, nullptr, "6", {}},
+        {"version 10, supported", [](auto& i) { i.version = "10.2.0.4.0"; }, "SupportOracle10", "2",
+         begun},
+        {"mounted", [](auto& i) { i.state = sandbox::state_t::mounted; }, nullptr, "1", {}},
+        {"own name inside", [](auto& i) { i.sid = "XTarnyTmp"; }, nullptr, "2", begun},
+        {"own name", [](auto& i) { i.sid = "TarnyTmpX"; }, nullptr, "", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        machine.reset();
+        server = sandbox::server_t(folder);
+        server.add_home(home19());
+        sandbox::instance_t made = instance("ORCL");
+        row.make(made);
+        server.add_instance(home19(), made);
+        if (row.setting) {
+            set(row.setting, 1);
+        }
+        expected = row.statements.empty() ? strings_t() : strings_t{"Failed to archive logs all"};
+        module_t module;
+        start(module);
+        const answer_t answer = module.prepare();
+        ASSERT_EQ(answer.code, ORALIB_OK) << answer.error;
+        EXPECT_EQ(action(document_t(answer.result), made.sid), row.action);
+        EXPECT_EQ(changes(made.sid), row.statements);
+    }
+}
+
+TEST_F(Backup, ADatabaseAlreadyInBackupModeIsTakenOver) {
+    add("ORCL");
+    sandbox::run_sql(folder, "ORCL",
+                     "UPDATE sandbox_datafile SET backup_change = 1 WHERE file = 2");
+    expect_in_log("Database already in backup state");
+    expect_in_log("Failed to archive logs all");
+    module_t module;
+    start(module);
+    const answer_t prepared = module.prepare();
+    EXPECT_EQ(action(document_t(prepared.result), "ORCL"), "2");
+    ASSERT_EQ(module.finish(prepared.result).code, ORALIB_OK);
+    EXPECT_EQ(in_backup("ORCL"), "0");
+}
+
+TEST_F(Backup, AFailureLeavesItsTraceInTheDocument) {
+    add("ORCL");
+    add("OTHER");
+    expect_in_log("Failed to prepare db for backup. Sid: ORCL");
+    expect_in_log("Failed to archive logs all");
+    module_t module;
+    start(module);
+    const struct {
+        const char* statement;
+        const char* action;
+        const char* flag;
+    } rows[] = {{"ALTER DATABASE BEGIN BACKUP", "0", "false"},
+                {"ALTER SYSTEM ARCHIVE LOG CURRENT", "2", "true"},
+                {"SELECT NAME, FIRST_CHANGE#%", "2", "true"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.statement);
+        sandbox::set_fault(folder, "ORCL", sandbox::ora(row.statement, 600));
+        const answer_t prepared = module.prepare();
+        sandbox::clear_faults(folder);
+        const document_t document(prepared.result);
+        EXPECT_EQ(action(document, "ORCL"), row.action);
+        EXPECT_EQ(document.attribute("database[ORCL]", "BackupWithBackupState"), row.flag);
+        EXPECT_NE(document.attribute("database[ORCL]", "errMsg").find("ORA-00600"),
+                  std::string::npos);
+        EXPECT_EQ(action(document, "OTHER"), "2");
+        ASSERT_EQ(module.finish(prepared.result).code, ORALIB_OK);
+        EXPECT_EQ(in_backup("ORCL"), "0");
+        EXPECT_EQ(in_backup("OTHER"), "0");
+    }
+}
+
+TEST_F(Backup, DocumentsFromAHostileHand) {
+    add("ORCL");
+    module_t module;
+    start(module);
+    for (const char* document :
+         {"", "no xml", "<other/>", "<databases><database/></databases>",
+          "<databases><database sid=\"ORCL\" home=\"\" timeUtc=\"\" scn=\"\" action=\"x\" "
+          "autostart=\"true\" reverted=\"true\" lastLogNum=\"\" maxLogRecId=\"\" "
+          "maxLogStamp=\"\"><pdbs/><archived_logs/></database></databases>",
+          "<databases><database sid=\"ORCL\" home=\"\" timeUtc=\"\" scn=\"\" action=\"2\" "
+          "reverted=\"true\" lastLogNum=\"\" maxLogRecId=\"\" maxLogStamp=\"\"><pdbs/>"
+          "<archived_logs/></database></databases>"}) {
+        EXPECT_EQ(module.finish(document).code, ORALIB_FAILED) << document;
+    }
+    EXPECT_TRUE(sandbox::executed_statements(folder).empty());
+    expect_in_log("Failed to finish dbs backup");
+}
+
+}  // namespace
+}  // namespace road
