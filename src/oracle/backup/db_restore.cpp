@@ -100,7 +100,7 @@ void restore_plugged_db(const holder_t& holder, const CDbsBackupXml::SPluggedDb&
     const std::string name = to_ansi_safe(pdb.name);
     try {
         log_scope_t scope(g_oralib_log, "Restoring plugged db: %1", name);
-        const std::wstring open_mode = pdb.mode == L"MIGRATE" ? L"UPGRADE" : pdb.mode;
+        const std::wstring openMode = pdb.mode == L"MIGRATE" ? L"UPGRADE" : pdb.mode;
         const auto query = holder->get_session()->query();
         const std::wstring current =
             query->exec_value(util::format_message("SELECT OPEN_MODE FROM V$PDBS WHERE NAME = '%1'",
@@ -109,7 +109,7 @@ void restore_plugged_db(const holder_t& holder, const CDbsBackupXml::SPluggedDb&
         if (current != pdb.mode) {
             query->exec_command(util::format_message("ALTER PLUGGABLE DATABASE \"%1\" OPEN %2",
                                                      util::to_ansi(pdb.name),
-                                                     util::to_ansi(open_mode)));
+                                                     util::to_ansi(openMode)));
         }
         scope.ok();
     } catch (const std::exception& e) {

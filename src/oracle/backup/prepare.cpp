@@ -71,19 +71,19 @@ void GatherPluggedDbs(const session_ptr_t& session, std::vector<CDbsBackupXml::S
 
 // From the moment in which backup mode stands, a failure no longer changes the action: finish must
 // end it.
-void back_up_hot(info_t& record, const log_position_t& position,
+void back_up_hot(info_t& record, const log_position_t& dbRecId,
                  const boost::shared_ptr<COracleSessionHolder>& holder,
                  const session_ptr_t& session) {
     SwitchToBackupState(session);
     record.action = action_backup;
-    GatherArchivedLogs(record.logs, position, holder);
+    GatherArchivedLogs(record.logs, dbRecId, holder);
     GetCheckpointInfo(session, record.scn, record.timeUtc);
     record.lastLogNum = GetLastSequence(holder);
-    record.reverted = CheckDbReverted(position, holder);
+    record.reverted = CheckDbReverted(dbRecId, holder);
     GetFirstNeededLogRecord(session, record.maxLogRecId, record.maxLogStamp);
 }
 
-void prepare_open_db(info_t& record, const log_position_t& position,
+void prepare_open_db(info_t& record, const log_position_t& dbRecId,
                      const boost::shared_ptr<COracleSessionHolder>& holder,
                      const session_ptr_t& session) {
     const COracleAgentConfig& config = COracleAgentConfig::instance();
@@ -96,7 +96,7 @@ void prepare_open_db(info_t& record, const log_position_t& position,
     } else if (session->is_before_11() && !config.SupportOracle10()) {
         record.action = left_alone(archive_log);
     } else if (archive_log) {
-        back_up_hot(record, position, holder, session);
+        back_up_hot(record, dbRecId, holder, session);
     } else if (config.OracleSkipNoArchiveLogDB()) {
         record.action = action_oracle_skip_vss;
     } else {
@@ -106,7 +106,7 @@ void prepare_open_db(info_t& record, const log_position_t& position,
 }
 
 void PrepareDb(info_t& record, const SOracleSid& sid_record, const SOracleCredentials& credentials,
-               const log_position_t& position) {
+               const log_position_t& dbRecId) {
     const std::string sid = util::to_ansi_safe(record.sid);
     try {
         log_scope_t scope(g_oralib_log, "Prepare db for backup. Sid: %1", sid);
@@ -115,7 +115,7 @@ void PrepareDb(info_t& record, const SOracleSid& sid_record, const SOracleCreden
             boost::shared_ptr<exc::exc_base_t> error_slot;
             if (is_instance_open(error_slot, session, sid_record.isAsm) &&
                 is_db_active(error_slot, session)) {
-                prepare_open_db(record, position, holder, session);
+                prepare_open_db(record, dbRecId, holder, session);
             } else {
                 record.action = action_inactive;
             }

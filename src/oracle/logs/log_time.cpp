@@ -17,14 +17,14 @@ bool is_in_word(int number) {
 
 }  // namespace
 
-log_time_t ParseLogTime(const std::wstring& text, bool day_first) {
+log_time_t ParseLogTime(const std::wstring& text, bool dayFirst) {
     int first = 0, month = 0, third = 0, hour = 0, minute = 0, second = 0;
     if (std::swscanf(text.c_str(), L"%d/%d/%d %d:%d:%d", &first, &month, &third, &hour, &minute,
                      &second) != 6) {
         return {};
     }
-    const int year = day_first ? third : first;
-    const int day = day_first ? first : third;
+    const int year = dayFirst ? third : first;
+    const int day = dayFirst ? first : third;
     for (const int number : {year, month, day, hour, minute, second}) {
         if (!is_in_word(number)) {
             return {};

@@ -11,9 +11,9 @@ struct log_time_t {
     bool valid = false;
 };
 
-/// "day/month/year hour:minute:second", or with the year first where `day_first` is false. What is
+/// "day/month/year hour:minute:second", or with the year first where `dayFirst` is false. What is
 /// no such text, or names a day that does not exist, is invalid.
-log_time_t ParseLogTime(const std::wstring& text, bool day_first);
+log_time_t ParseLogTime(const std::wstring& text, bool dayFirst);
 
 /// Equal within half a second. Both must be valid.
 bool is_same_time(const log_time_t& a, const log_time_t& b);

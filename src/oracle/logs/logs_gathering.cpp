@@ -28,14 +28,14 @@ namespace {
 // A first pass may have begun with logs that were catalogued just before it.
 constexpr std::uint64_t rec_id_margin = 31;
 
-std::string statement(const log_position_t& position) {
+std::string statement(const log_position_t& dbRecId) {
     std::string sql = util::format_message(
         "SELECT NAME, FIRST_CHANGE#, NEXT_CHANGE#, BLOCKS*BLOCK_SIZE, \t\t\t\t\t\t\t\t\t%1, %2, "
         "SEQUENCE#, RESETLOGS_CHANGE# FROM V$ARCHIVED_LOG WHERE STATUS != 'D' AND CREATOR != "
         "'LGWR'",
         utc_text_expression("FIRST_TIME"), utc_text_expression("NEXT_TIME"));
-    if (position && !position->firstPassRecId.empty()) {
-        const std::uint64_t first = util::parse_uint64(position->firstPassRecId);
+    if (dbRecId && !dbRecId->firstPassRecId.empty()) {
+        const std::uint64_t first = util::parse_uint64(dbRecId->firstPassRecId);
         sql += util::format_message(
             " AND RECID >= %1", util::to_string(first < rec_id_margin ? 0 : first - rec_id_margin));
     }
@@ -68,12 +68,12 @@ bool is_on_net_resource(const std::wstring& name) {
 
 }  // namespace
 
-void GatherArchivedLogs(arch_logs_t& logs, const log_position_t& position,
+void GatherArchivedLogs(arch_logs_t& logs, const log_position_t& dbRecId,
                         const boost::shared_ptr<COracleSessionHolder>& holder) {
     try {
         log_scope_t scope(g_oralib_log, "Gathering archived logs");
         COracleLogsBackup(holder).FlushArchivedLogs();
-        const auto result = holder->get_session()->query()->exec(statement(position), 8, false);
+        const auto result = holder->get_session()->query()->exec(statement(dbRecId), 8, false);
         row_t row;
         while (result->next(row)) {
             if (row.size() != 8) {
@@ -119,15 +119,15 @@ std::wstring GetLastSequence(const boost::shared_ptr<COracleSessionHolder>& hold
     }
 }
 
-bool CheckDbReverted(const log_position_t& position,
+bool CheckDbReverted(const log_position_t& dbRecId,
                      const boost::shared_ptr<COracleSessionHolder>& holder) {
-    if (!position || position->recId.empty() || position->stamp.empty()) {
+    if (!dbRecId || dbRecId->recId.empty() || dbRecId->stamp.empty()) {
         return false;
     }
     try {
         const std::string sql =
             util::format_message("SELECT RECID FROM V$ARCHIVED_LOG WHERE RECID=%1 AND STAMP=%2",
-                                 util::to_ansi(position->recId), util::to_ansi(position->stamp));
+                                 util::to_ansi(dbRecId->recId), util::to_ansi(dbRecId->stamp));
         return holder->get_session()->query()->exec_value(sql, true).empty();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception("Failed to check if db was reverted", e);
