@@ -80,6 +80,67 @@ TEST_F(Sweep, EachCallOfTheClientFailsOnce) {
     EXPECT_EQ(readable(run().result), readable(clean.result));
 }
 
+// Whatever fails between prepare and finish: once a finish has gone through, no database is in
+// backup mode, and what prepare could not do stands in its document.
+TEST_F(Sweep, NoFailureLeavesADatabaseInBackupMode) {
+    set("OracleConnectionTimeout", 1);
+    write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    const auto in_backup = [&] {
+        return sandbox::query_sql(folder, "ORCL",
+                                  "SELECT COUNT(*) FROM V$BACKUP WHERE STATUS = 'ACTIVE'") != "0";
+    };
+    const auto prepare_and_finish = [&] {
+        const answer_t prepared = module.prepare();
+        EXPECT_EQ(prepared.code, ORALIB_OK) << "one database never fails the whole";
+        const std::string action =
+            document_t(prepared.result).attribute("database[ORCL]", "action");
+        EXPECT_EQ(in_backup(), action == "2");
+        EXPECT_EQ(module.finish(prepared.result).code, ORALIB_OK);
+        return prepared.result;
+    };
+    prepare_and_finish();
+    ASSERT_FALSE(in_backup());
+    std::map<std::string, std::uint32_t> counts;
+    for (const sandbox::record_t& record : sandbox::read_journal(folder)) {
+        counts[record.entry] += record.sid == "ORCL" ? 1u : 0u;
+    }
+
+    std::vector<sandbox::fault_t> faults = {
+        sandbox::hang("OCIServerAttach"), sandbox::hang("OCISessionBegin", 2),
+        sandbox::hang("SELECT STATUS FROM V$INSTANCE"),
+        sandbox::hang("SELECT DATABASE_STATUS FROM V$INSTANCE", 2)};
+    for (const auto& [entry, count] : counts) {
+        for (std::uint32_t nth = 1; entry.rfind("OCI", 0) == 0 && nth <= count; ++nth) {
+            faults.push_back(sandbox::ora(entry, 600, nth));
+            faults.push_back(sandbox::status(entry, -2, nth));
+        }
+    }
+    unsigned left_to_the_second = 0;
+    for (const sandbox::fault_t& fault : faults) {
+        SCOPED_TRACE(fault.target + " " + std::to_string(fault.nth));
+        leaks_expected = true;
+        sandbox::set_fault(folder, "ORCL", fault);
+        const auto begin = std::filesystem::file_size(log_file());
+        const std::string document = prepare_and_finish();
+        sandbox::clear_faults(folder);
+        if (in_backup()) {
+            ++left_to_the_second;
+            const std::string whole = log();
+            const std::string told = whole.substr(whole.size() < begin ? 0 : begin);  // aged
+            EXPECT_TRUE(told.find("oralibERR |") != std::string::npos ||
+                        told.find("oralibWARN|") != std::string::npos)
+                << "and nobody knows\n"
+                << told;
+            ASSERT_EQ(module.finish(document).code, ORALIB_OK);
+        }
+        ASSERT_FALSE(in_backup());
+        sandbox::clear_journal(folder);
+    }
+    EXPECT_GT(left_to_the_second, 3u);
+}
+
 TEST_F(Sweep, EachCallOfThePlatformFailsOnce) {
     if (!machine_t::is_layered()) {
         GTEST_SKIP() << "Windows' own calls do not fail on demand";
