@@ -47,6 +47,8 @@ std::vector<std::string> command_line_words(int, char**) {
 // A console's; streams that are redirected are not touched by it.
 utf8_output_t::utf8_output_t() : m_before(GetConsoleOutputCP()) {
     SetConsoleOutputCP(CP_UTF8);
+    // Else each byte goes to the console alone, where older ones make no character of several.
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
 }
 
 utf8_output_t::~utf8_output_t() {
@@ -78,6 +80,19 @@ quiet_output_t::~quiet_output_t() {
     }
 }
 
+namespace {
+
+HANDLE g_keyboard = INVALID_HANDLE_VALUE;
+DWORD g_keyboard_mode = 0;
+
+// The console keeps its mode beyond the process: Ctrl+C must not leave one that shows nothing.
+BOOL WINAPI restore_keyboard(DWORD) {
+    SetConsoleMode(g_keyboard, g_keyboard_mode);
+    return FALSE;
+}
+
+}  // namespace
+
 std::string read_hidden_line(const std::string& prompt) {
     const auto open = [](const wchar_t* name) {
         return CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -93,12 +108,15 @@ std::string read_hidden_line(const std::string& prompt) {
     }
     DWORD done = 0;
     WriteConsoleA(screen, prompt.data(), static_cast<DWORD>(prompt.size()), &done, nullptr);
-    // Whole lines, and Ctrl+C ends the process: the console takes its mode back by itself then.
+    g_keyboard = keyboard;
+    g_keyboard_mode = mode;
+    SetConsoleCtrlHandler(restore_keyboard, TRUE);
     SetConsoleMode(keyboard, ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT);
     wchar_t line[1024];
     DWORD length = 0;
     ReadConsoleW(keyboard, line, static_cast<DWORD>(std::size(line)), &length, nullptr);
     SetConsoleMode(keyboard, mode);
+    SetConsoleCtrlHandler(restore_keyboard, FALSE);
     WriteConsoleA(screen, "\r\n", 2, &done, nullptr);
     CloseHandle(keyboard);
     CloseHandle(screen);

@@ -64,6 +64,18 @@ namespace {
 // Below it the copy of one process, named by its number.
 const std::wstring copies = L"Software\\oralib-sandbox";
 
+// What the system itself reads there, in this process: names of the computer and of its folders.
+const wchar_t* const kept_keys[] = {
+    L"SYSTEM\\CurrentControlSet\\Control\\ComputerName",
+    L"SYSTEM\\CurrentControlSet\\Control\\Cryptography",
+    L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment",
+    L"SYSTEM\\CurrentControlSet\\Control\\TimeZoneInformation",
+    L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters",
+    L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\FolderDescriptions",
+    L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders",
+    L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+    L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList"};
+
 // HKEY_LOCAL_MACHINE is replaced while it lives.
 class registry_copy_t {
   public:
@@ -75,8 +87,9 @@ class registry_copy_t {
             RegCreateKeyExW(HKEY_CURRENT_USER, m_name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                             KEY_ALL_ACCESS, nullptr, &copy, nullptr);
         if (status == ERROR_SUCCESS) {
-            keep(copy, L"SYSTEM\\CurrentControlSet\\Control\\ComputerName");
-            keep(copy, L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters");
+            for (const wchar_t* key : kept_keys) {
+                keep(copy, key);
+            }
             status = RegOverridePredefKey(HKEY_LOCAL_MACHINE, copy);
             RegCloseKey(copy);
         }
@@ -136,7 +149,6 @@ class registry_copy_t {
         }
     }
 
-    // What the system itself looks up there: the computer's names.
     static void keep(HKEY copy, const wchar_t* name) {
         HKEY from = nullptr;
         HKEY to = nullptr;

@@ -53,6 +53,13 @@ typedef int32_t oralib_result;
 #define ORALIB_API
 #endif
 
+/* Whatever the host's own default is. */
+#ifdef _WIN32
+#define ORALIB_CALL __cdecl
+#else
+#define ORALIB_CALL
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -63,10 +70,11 @@ extern "C" {
  * logName: name of the log file with its extension, relative to the log directory, or an absolute
  * path. An empty name sends the log to standard output.
  */
-ORALIB_API oralib_result OracleVssInitLib(const oralib_char* logName, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleVssInitLib(const oralib_char* logName,
+                                                      oralib_char** errorText);
 
 /* Ends the host's use of the module. The log stays open until the module is unloaded. */
-ORALIB_API oralib_result OracleVssStopLib(oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleVssStopLib(oralib_char** errorText);
 
 /*
  * Finds the Oracle homes and instances of the machine and describes them in *resultXml
@@ -75,77 +83,79 @@ ORALIB_API oralib_result OracleVssStopLib(oralib_char** errorText);
  * configXml: databases to leave out and log positions (docs/formats/explore-config.md), or empty;
  * what cannot be understood of it is left aside and logged.
  */
-ORALIB_API oralib_result OracleExploreInstances(bool collectPfile, const oralib_char* userName,
-                                                const oralib_char* password,
-                                                const oralib_char* configXml,
-                                                oralib_char** resultXml, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleExploreInstances(
+    bool collectPfile, const oralib_char* userName, const oralib_char* password,
+    const oralib_char* configXml, oralib_char** resultXml, oralib_char** errorText);
 
 /*
  * Brings each database into a state in which a snapshot of it can be restored. *resultXml is the
  * only memory of what was done and must be given to OracleFinishDbsBackup, whatever happens.
  * osUserName, osPassword: the account to use at restore time.
  */
-ORALIB_API oralib_result OraclePrepareDbsForBackup(
+ORALIB_API oralib_result ORALIB_CALL OraclePrepareDbsForBackup(
     const oralib_char* configXml, const oralib_char* userName, const oralib_char* password,
     const oralib_char* osUserName, const oralib_char* osPassword, oralib_char** resultXml,
     oralib_char** errorText);
 
 /* Undoes what OraclePrepareDbsForBackup did, by the document that it returned. */
-ORALIB_API oralib_result OracleFinishDbsBackup(const oralib_char* prepareXml,
-                                               const oralib_char* userName,
-                                               const oralib_char* password,
-                                               oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleFinishDbsBackup(const oralib_char* prepareXml,
+                                                           const oralib_char* userName,
+                                                           const oralib_char* password,
+                                                           oralib_char** errorText);
 
 /*
  * Stages the archived logs of one instance behind the position usn, lastRecId (decimal texts) of
  * the previous log backup, and lists them in *resultXml. oracleHome and sid are taken as given.
  */
-ORALIB_API oralib_result OracleBackupLogs(const oralib_char* oracleHome, const oralib_char* sid,
-                                          const oralib_char* usn, const oralib_char* lastRecId,
-                                          const oralib_char* userName, const oralib_char* password,
-                                          oralib_char** resultXml, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL
+OracleBackupLogs(const oralib_char* oracleHome, const oralib_char* sid, const oralib_char* usn,
+                 const oralib_char* lastRecId, const oralib_char* userName,
+                 const oralib_char* password, oralib_char** resultXml, oralib_char** errorText);
 
 /* Lists the logs in the staging folder. */
-ORALIB_API oralib_result OracleEnumLogs(oralib_char** resultXml, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleEnumLogs(oralib_char** resultXml,
+                                                    oralib_char** errorText);
 
 /* Removes the listed logs from the staging folder. */
-ORALIB_API oralib_result OracleRemoveLogsInTemp(const oralib_char* logs, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleRemoveLogsInTemp(const oralib_char* logs,
+                                                            oralib_char** errorText);
 
 /* The staging folder for logs: the setting OracleTempLogPath. It need not exist yet. */
-ORALIB_API oralib_result OracleGetLogsFolder(oralib_char** folder, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleGetLogsFolder(oralib_char** folder,
+                                                         oralib_char** errorText);
 
 /* Deletes the archived logs of one instance that are older than so many minutes. */
-ORALIB_API oralib_result OracleDeleteLogsByTime(const oralib_char* oracleHome,
-                                                const oralib_char* sid, int32_t minutes,
-                                                const oralib_char* userName,
-                                                const oralib_char* password,
-                                                oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleDeleteLogsByTime(const oralib_char* oracleHome,
+                                                            const oralib_char* sid, int32_t minutes,
+                                                            const oralib_char* userName,
+                                                            const oralib_char* password,
+                                                            oralib_char** errorText);
 
 /* Deletes the oldest archived logs of one instance above a total of sizeLimit bytes. */
-ORALIB_API oralib_result OracleDeleteLogsBySize(const oralib_char* oracleHome,
-                                                const oralib_char* sid, int64_t sizeLimit,
-                                                const oralib_char* userName,
-                                                const oralib_char* password,
-                                                oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleDeleteLogsBySize(
+    const oralib_char* oracleHome, const oralib_char* sid, int64_t sizeLimit,
+    const oralib_char* userName, const oralib_char* password, oralib_char** errorText);
 
 /* Tells whether this machine was brought back from an image whose databases await recovery. */
-ORALIB_API oralib_result OracleIsRestoreRequired(bool* required, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleIsRestoreRequired(bool* required,
+                                                             oralib_char** errorText);
 
 /* Finishes the recovery of the databases of a machine brought back from an image. */
-ORALIB_API oralib_result OracleDoRestore(oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleDoRestore(oralib_char** errorText);
 
 /* Tells whether the machine has an ASM instance, from the registry alone. */
-ORALIB_API oralib_result OracleCheckIfAsmExist(bool* exists, oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleCheckIfAsmExist(bool* exists, oralib_char** errorText);
 
 /*
  * Diagnosis at a console: starts the module, connects to each instance, prints what it finds on
  * standard output and waits for a key. The first two parameters are not looked at.
  */
-ORALIB_API oralib_result OracleTest(void* ignored1, void* ignored2, const oralib_char* logName,
-                                    oralib_char** errorText);
+ORALIB_API oralib_result ORALIB_CALL OracleTest(void* ignored1, void* ignored2,
+                                                const oralib_char* logName,
+                                                oralib_char** errorText);
 
 /* Releases a text that the module handed out; null is allowed. */
-ORALIB_API void OracleLibStrFree(oralib_char* text);
+ORALIB_API void ORALIB_CALL OracleLibStrFree(oralib_char* text);
 
 #ifdef __cplusplus
 }

@@ -13,7 +13,7 @@ namespace platform {
 boost::shared_ptr<boost::thread> start_thread(const boost::function<void()>& body);
 
 /// The thread's handle for WaitForSingleObject, TerminateThread and SetThreadToken. It belongs to
-/// the boost::thread object and is valid as long as that lives, detached or not. A thread ended by
+/// the boost::thread object and is valid until that is joined, detached or gone. A thread ended by
 /// TerminateThread must be detached and never joined.
 HANDLE thread_handle(boost::thread& thread);
 

@@ -92,4 +92,12 @@ TEST_F(Unload, ManyTimesWithAThreadThatLoggedAndLivesOn) {
     }
 }
 
+#ifdef EXIT_PROGRAM
+TEST_F(Unload, AProcessEndsWhileItsThreadsLog) {
+    for (int round = 0; round < 12; ++round) {
+        ASSERT_EQ(run_command(EXIT_PROGRAM), 0);
+    }
+}
+#endif
+
 }  // namespace

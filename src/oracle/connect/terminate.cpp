@@ -1,5 +1,6 @@
 #include "oracle/connect/terminate.h"
 
+#include "platform/system.h"
 #include "platform/thread.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
@@ -16,6 +17,8 @@ DWORD terminate_thread(boost::thread& thread, DWORD thread_id) {
             logging::forget_scopes(logging::g_oralib_log, thread_id);
         } else {
             error = GetLastError();
+            // It may come back at any time, into code that must still be there.
+            platform::keep_loaded();
         }
     }
     thread.detach();

@@ -1,7 +1,7 @@
 #include "platform/posix/handles.h"
 
-#include <atomic>
 #include <stdlib.h>
+#include <atomic>
 
 #include <fstream>
 

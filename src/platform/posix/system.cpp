@@ -1,6 +1,8 @@
 #include "platform/system.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "platform/paths.h"
 #include "platform/posix/command_line.h"
@@ -49,6 +51,27 @@ int run_system(const std::string& ansi_command) {
 
 int create_file(const std::wstring& path) {
     return open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+}
+
+void close_file(int descriptor) {
+    close(descriptor);
+}
+
+// Here the others run on beside the destructors.
+bool is_process_ending() {
+    return false;
+}
+
+void keep_loaded() {
+    Dl_info module;
+    if (dladdr(reinterpret_cast<void*>(&keep_loaded), &module) != 0) {
+        dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+    }
+}
+
+boost::mutex& process_start_mutex() {
+    static boost::mutex mutex;
+    return mutex;
 }
 
 std::array<std::uint16_t, 4> module_version() {

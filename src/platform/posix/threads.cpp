@@ -25,7 +25,8 @@ namespace {
 
 // Plain data: a destructor at the thread's end would be called in a module that may be gone.
 thread_local thread_object* t_current = nullptr;
-thread_local pid_t t_id = 0;  // asked for once, which a child made by fork must not take for its own
+thread_local pid_t t_id =
+    0;  // asked for once, which a child made by fork must not take for its own
 
 const int g_forget_id_in_children = pthread_atfork(nullptr, nullptr, [] { t_id = 0; });
 

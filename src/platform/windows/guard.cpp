@@ -9,10 +9,14 @@
 
 namespace {
 
-// A C++ exception of ours or of another module: Microsoft's code, and those of GCC, which differ in
-// one byte for throwing and unwinding.
+// A C++ exception of this compiler's, which an ordinary catch is waiting for. One of the other
+// compiler's would find none and end the process.
 bool is_cpp_exception(DWORD code) {
-    return code == 0xE06D7363 || (code & 0xF8FFFFFF) == 0x20474343;
+#ifdef _MSC_VER
+    return code == 0xE06D7363;
+#else
+    return (code & 0xF8FFFFFF) == 0x20474343;
+#endif
 }
 
 }  // namespace

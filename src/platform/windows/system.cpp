@@ -1,11 +1,12 @@
 #include "platform/system.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
+
+#include <boost/thread/lock_guard.hpp>
 
 #include "platform/platform.h"
 
@@ -13,13 +14,53 @@ namespace platform {
 
 const char* const client_library_name = "OCI.dll";
 
+// Not by the runtime's function, which starts its child at any moment, also when another thread has
+// just made a pipe that its own child is to inherit.
 int run_system(const std::string& ansi_command) {
-    return std::system(ansi_command.c_str());
+    std::string line = "cmd.exe /c " + ansi_command;
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started = {};
+    {
+        const boost::lock_guard<boost::mutex> lock(process_start_mutex());
+        if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                            &startup, &started)) {
+            return -1;
+        }
+    }
+    CloseHandle(started.hThread);
+    WaitForSingleObject(started.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(started.hProcess, &code);
+    CloseHandle(started.hProcess);
+    return static_cast<int>(code);
+}
+
+bool is_process_ending() {
+    using function_t = BOOLEAN(NTAPI*)();
+    static const auto function = reinterpret_cast<function_t>(
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress"));
+    return function && function();
+}
+
+void keep_loaded() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<const wchar_t*>(&keep_loaded), &module);
+}
+
+boost::mutex& process_start_mutex() {
+    static boost::mutex mutex;
+    return mutex;
 }
 
 int create_file(const std::wstring& path) {
     return _wopen(path.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY | _O_NOINHERIT,
                   _S_IREAD | _S_IWRITE);
+}
+
+void close_file(int descriptor) {
+    _close(descriptor);
 }
 
 std::array<std::uint16_t, 4> module_version() {

@@ -3,6 +3,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/thread/tss.hpp>
 
+#include "platform/system.h"
 #include "support/exc/exc.h"
 #include "support/logging/aging.h"
 #include "support/text/format.h"
@@ -14,6 +15,7 @@ using util::format_message;
 namespace {
 
 constexpr std::uint32_t lines_between_size_checks = 1000;
+constexpr int try_ms = 100;
 
 boost::shared_ptr<log_t> shared_log() {
     static const boost::shared_ptr<log_t> log = boost::make_shared<log_t>();
@@ -70,7 +72,7 @@ bool log_t::is_installed() {
 void log_t::write(severity_t severity, const std::string& category, const std::string& text) {
     const auto held = hold();
     // What the sink logs of its own trouble would meet the same trouble.
-    if (!enabled || writing) {
+    if (!held.owns_lock() || !enabled || writing) {
         return;
     }
     struct writing_t {
@@ -87,8 +89,13 @@ void log_t::write(severity_t severity, const std::string& category, const std::s
     }
 }
 
-boost::unique_lock<boost::recursive_mutex> log_t::hold() {
-    return boost::unique_lock<boost::recursive_mutex>(lock);
+// In short tries: a thread that is ended by force just when it was woken takes the wake-up with it.
+log_t::held_t log_t::hold() {
+    held_t held(lock, boost::try_to_lock);
+    while (!held.owns_lock() && !platform::is_process_ending()) {
+        held.try_lock_for(boost::chrono::milliseconds(try_ms));
+    }
+    return held;
 }
 
 std::uint32_t get_depth() {

@@ -31,12 +31,14 @@ class log_t {
     /// Throws what the sink throws.
     void write(severity_t severity, const std::string& category, const std::string& text);
 
+    using held_t = boost::unique_lock<boost::recursive_timed_mutex>;
     /// Keeps every other thread out of the log. Who is about to end a thread by force holds it
-    /// meanwhile, so that the thread cannot die holding it.
-    boost::unique_lock<boost::recursive_mutex> hold();
+    /// meanwhile, so that the thread cannot die holding it. Comes back without the lock only where
+    /// the process is ending and a thread that is gone has it.
+    held_t hold();
 
   private:
-    boost::recursive_mutex lock;
+    boost::recursive_timed_mutex lock;
     boost::shared_ptr<receiver::log_file_t> receiver;
     boost::shared_ptr<format::line_format_t> format;
     std::wstring name;

@@ -18,6 +18,9 @@ zip_writer_t::zip_writer_t(const std::wstring& archive_path)
     const int descriptor = platform::create_file(archive_path);
     if (descriptor >= 0) {
         file = gzdopen(descriptor, "wb");
+        if (!file) {
+            platform::close_file(descriptor);
+        }
     }
     if (!file) {
         fail("Failed to open GZ archive [%1].", errno ? Z_ERRNO : Z_MEM_ERROR);

@@ -5,9 +5,9 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include "platform/platform.h"
+#include "platform/system.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/process/pipe.h"
@@ -108,8 +108,7 @@ boost::shared_ptr<CWinProcess> start(const SCommand& command,
 // pipes, and the output would not end with its own child.
 boost::shared_ptr<CWinProcess> start_alone(const SCommand& command,
                                            boost::shared_ptr<CWinPipe>& output_pipe) {
-    static boost::mutex start_lock;
-    const boost::lock_guard<boost::mutex> lock(start_lock);
+    const boost::lock_guard<boost::mutex> lock(platform::process_start_mutex());
     const auto input_pipe = boost::make_shared<CWinPipe>();
     output_pipe = boost::make_shared<CWinPipe>();
     log_command(command);
