@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <boost/thread/thread.hpp>
+
 #include "platform/paths.h"
 #include "platform/posix/command_line.h"
 #include "platform/posix/handles.h"
@@ -63,10 +65,12 @@ bool is_process_ending() {
 }
 
 void keep_loaded() {
-    Dl_info module;
-    if (dladdr(reinterpret_cast<void*>(&keep_loaded), &module) != 0) {
-        dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-    }
+    boost::thread([] {
+        Dl_info module;
+        if (dladdr(reinterpret_cast<void*>(&keep_loaded), &module) != 0) {
+            dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+        }
+    }).detach();
 }
 
 boost::mutex& process_start_mutex() {

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "platform/platform.h"
 
@@ -44,9 +45,11 @@ bool is_process_ending() {
 }
 
 void keep_loaded() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                       reinterpret_cast<const wchar_t*>(&keep_loaded), &module);
+    boost::thread([] {
+        HMODULE module = nullptr;
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                           reinterpret_cast<const wchar_t*>(&keep_loaded), &module);
+    }).detach();
 }
 
 boost::mutex& process_start_mutex() {
