@@ -5,11 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/platform.h"
-#include "posix_machine.h"
+#include "scratch.h"
 
 TEST(unload_threads, leaves_nothing_behind) {
-    setenv("ORALIB_HANDLE_REPORT", (machine_directory() + "/report").c_str(), 1);
+    setenv("ORALIB_HANDLE_REPORT", (machine().folder / "report").c_str(), 1);
     setenv("ORALIB_PLATFORM_FAULT", "CreateEventA:2:1450", 1);
     struct sigaction before[2], after[2];
     sigaction(SIGSEGV, nullptr, &before[0]);
@@ -28,7 +27,7 @@ TEST(unload_threads, leaves_nothing_behind) {
     EXPECT_EQ(before[1].sa_sigaction, after[1].sa_sigaction);
     const std::string line =
         "events=1 files=0 keys=0 pipes=0 processes=0 threads=0 tokens=0 fault=spent\n";
-    EXPECT_EQ(line + line + line, read_machine_file("report"));
+    EXPECT_EQ(line + line + line, read_file(machine().folder / "report"));
     unsetenv("ORALIB_HANDLE_REPORT");
     Sleep(10);
 }

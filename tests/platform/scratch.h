@@ -1,25 +1,23 @@
-// A folder of the machine for the files of one test.
+// The machine of this program's tests, and a folder of it for their files.
 #pragma once
 
 #include <string>
 
+#include "machine.h"
 #include "platform/platform.h"
 
-inline std::wstring scratch_path(const wchar_t* name) {
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    GUID guid;
-    RPC_WSTR text = nullptr;
-    CoCreateGuid(&guid);
-    UuidToStringW(&guid, &text);
-    static const std::wstring folder =
-        temp + std::wstring(reinterpret_cast<wchar_t*>(text)) + L"\\";
-    RpcStringFreeW(&text);
-    CreateDirectoryW(folder.c_str(), nullptr);
-    return folder + name;
-}
+/// Made before the first test and the same for all.
+const machine_t& machine();
 
-inline HANDLE open_scratch(const std::wstring& path, DWORD access, DWORD share,
-                           DWORD disposition = OPEN_ALWAYS, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
-    return CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
-}
+/// Whether Windows is Wine, which falls short of it here and there: the tests that meet that say
+/// what Windows does and take both answers.
+bool is_wine();
+
+/// `name` in a folder of drive C: that goes with the machine.
+std::wstring scratch_path(const std::wstring& name);
+
+HANDLE open_scratch(const std::wstring& path, DWORD access, DWORD share,
+                    DWORD disposition = OPEN_ALWAYS, DWORD flags = FILE_ATTRIBUTE_NORMAL);
+
+/// The exact bytes, by way of the platform's own calls.
+void write_scratch(const std::wstring& path, const std::string& text);

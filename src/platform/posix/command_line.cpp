@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "platform/paths.h"
 #include "platform/posix/unicode.h"
 
@@ -32,13 +34,21 @@ std::vector<word> split(const std::wstring& line, const std::wstring& operators)
         } else {
             if (!open) words.emplace_back();
             open = true;
-            const bool escaped = unit == L'\\' && i + 1 < line.size() && line[i + 1] == L'"';
-            if (escaped && quoted) {
-                words.back().text += line[++i];
-            } else if (unit == L'"') {
+            std::wstring& text = words.back().text;
+            // Backslashes are special before a quote only, and not in the program's name.
+            const std::size_t end = std::min(line.find_first_not_of(L'\\', i), line.size());
+            const std::size_t count = end - i;
+            if (unit == L'"') {
                 quoted = !quoted;
+            } else if (count == 0) {
+                text += unit;
+            } else if (words.size() > 1 && end < line.size() && line[end] == L'"') {
+                text.append(count / 2, L'\\');
+                if (count % 2) text += L'"';
+                i = count % 2 ? end : end - 1;
             } else {
-                words.back().text += unit;
+                text.append(count, L'\\');
+                i = end - 1;
             }
         }
     }

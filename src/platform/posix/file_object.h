@@ -27,4 +27,8 @@ class file_object : public object {
     const bool is_pipe;
 };
 
+/// CreateFileW without its faults.
+HANDLE open_file(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWORD flags,
+                 bool inheritable = false);
+
 }  // namespace platform

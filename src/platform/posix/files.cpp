@@ -123,13 +123,8 @@ BOOL change_lock(HANDLE handle, short type, off_t begin, off_t size, DWORD code)
 
 }  // namespace
 
-}  // namespace platform
-
-using namespace platform;
-
-HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
-                   DWORD disposition, DWORD flags, HANDLE) {
-    if (failing(__func__)) return INVALID_HANDLE_VALUE;
+HANDLE open_file(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWORD flags,
+                 bool inheritable) {
     if (!path || !*path) return no_file(ERROR_PATH_NOT_FOUND);
     const bool read = (access & GENERIC_READ) != 0;
     const bool write = (access & GENERIC_WRITE) != 0;
@@ -139,7 +134,9 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
         return no_file(ERROR_INVALID_PARAMETER);
     }
     const native_name name = to_native(path);
-    if (!name.valid) return no_file(ERROR_INVALID_NAME);
+    if (!name.valid || (name.names_folder && !is_folder(name.path))) {
+        return no_file(ERROR_INVALID_NAME);
+    }
 
     const uninterrupted whole;  // the locks of a half-opened file would never go away
     // Share locks can only be set by who may read.
@@ -165,10 +162,21 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
     if (truncates && existed && ftruncate(file.get(), 0) != 0) return no_file(windows_error(errno));
 
     const auto opened = std::make_shared<file_object>("files", file.release(), read, write);
-    opened->inheritable = attributes && attributes->bInheritHandle;
+    opened->inheritable = inheritable;
     const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
     SetLastError(existed && tells ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return add_handle(opened);
+}
+
+}  // namespace platform
+
+using namespace platform;
+
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
+                   DWORD disposition, DWORD flags, HANDLE) {
+    if (failing(__func__)) return INVALID_HANDLE_VALUE;
+    return open_file(path, access, share, disposition, flags,
+                     attributes && attributes->bInheritHandle);
 }
 
 BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED) {
@@ -182,7 +190,7 @@ BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPP
     do {
         count = read(file->file.get(), buffer, size);
     } while (count < 0 && errno == EINTR);
-    if (count < 0) return fail(windows_error(errno));
+    if (count < 0) return fail(errno == EISDIR ? ERROR_INVALID_FUNCTION : windows_error(errno));
     if (count == 0 && size > 0 && file->is_pipe) return fail(ERROR_BROKEN_PIPE);
     if (done) *done = static_cast<DWORD>(count);
     return TRUE;

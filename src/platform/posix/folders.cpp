@@ -15,12 +15,12 @@
 
 namespace platform {
 
-namespace {
-
 bool is_folder(const std::string& path) {
     struct stat status;
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
+
+namespace {
 
 std::string parent_of(const std::string& path) {
     const std::size_t slash = path.find_last_of('/', path.size() - 2);
@@ -67,8 +67,8 @@ DWORD windows_error(int error) {
             return ERROR_INVALID_PARAMETER;
         case EFBIG:
             return ERROR_FILE_TOO_LARGE;
-        case ENAMETOOLONG:
-            return ERROR_FILENAME_EXCED_RANGE;
+        case ENAMETOOLONG:  // of one component
+            return ERROR_INVALID_NAME;
         case EFAULT:
             return ERROR_NOACCESS;
         case EIO:

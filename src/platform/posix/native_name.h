@@ -10,8 +10,11 @@ namespace platform {
 
 struct native_name {
     std::string path;
-    bool valid = true;  // made of characters that a name may have
+    bool valid = true;          // made of characters that a name may have
+    bool names_folder = false;  // by a separator at its end
 };
+
+bool is_folder(const std::string& path);
 
 native_name to_native(const std::wstring& path);
 

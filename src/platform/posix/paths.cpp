@@ -88,6 +88,7 @@ native_name to_native(const std::wstring& path) {
         result.path = "/";
     }
     const auto names = components(path, at);
+    result.names_folder = !names.empty() && is_separator(path.back());
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (names[i].find_first_of(L"<>:\"|?*") != std::wstring::npos) result.valid = false;
         result.path += resolve(result.path, names[i]);

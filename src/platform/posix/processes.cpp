@@ -167,7 +167,10 @@ BOOL CreateProcessW(LPCWSTR application, LPWSTR command_line, LPSECURITY_ATTRIBU
     if (inherit_handles) request.inherited = inheritable_descriptors();
 
     const auto process = std::make_shared<process_object>();
-    if (const int error = spawn(request, process->started)) return fail(windows_error(error));
+    if (const int error = spawn(request, process->started)) {
+        // What is not executable here is no program there.
+        return fail(error == EACCES ? ERROR_BAD_EXE_FORMAT : windows_error(error));
+    }
     information->hProcess = add_handle(process);
     information->hThread = add_handle(process);  // its only thread ends with it
     information->dwProcessId = information->dwThreadId = static_cast<DWORD>(process->started.child);

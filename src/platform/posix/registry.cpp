@@ -61,6 +61,15 @@ LSTATUS give_data(const std::vector<BYTE>& content, LPBYTE data, LPDWORD size) {
     return ERROR_SUCCESS;
 }
 
+// A text that was written without its NUL gets one where there is room for it.
+template <typename Unit>
+void end_text(BYTE* data, DWORD size, DWORD room) {
+    Unit last = 0;
+    if (size == 0 || size % sizeof last || room < size + sizeof last) return;
+    std::memcpy(&last, data + size - sizeof last, sizeof last);
+    if (last) std::fill_n(data + size, sizeof last, BYTE{0});
+}
+
 LSTATUS query(HKEY key, const std::wstring& name, LPDWORD type, LPBYTE data, LPDWORD size,
               bool ansi) {
     const auto target = find_key(key);
@@ -68,11 +77,19 @@ LSTATUS query(HKEY key, const std::wstring& name, LPDWORD type, LPBYTE data, LPD
     const registry_value* value = target->key->find_value(name);
     if (!value) return ERROR_FILE_NOT_FOUND;
     if (type) *type = value->type;
-    if (!ansi || !is_text_type(value->type)) return give_data(value->data, data, size);
+    if (!is_text_type(value->type)) return give_data(value->data, data, size);
+    const DWORD room = size ? *size : 0;
+    if (!ansi) {
+        const LSTATUS given = give_data(value->data, data, size);
+        if (given == ERROR_SUCCESS && data) end_text<wchar_t>(data, *size, room);
+        return given;
+    }
     std::wstring text(value->data.size() / sizeof(wchar_t), L'\0');
     if (!text.empty()) std::memcpy(&text[0], value->data.data(), text.size() * sizeof(wchar_t));
     const std::string narrow = narrow_ansi(text);
-    return give_data(std::vector<BYTE>(narrow.begin(), narrow.end()), data, size);
+    const LSTATUS given = give_data(std::vector<BYTE>(narrow.begin(), narrow.end()), data, size);
+    if (given == ERROR_SUCCESS && data) end_text<char>(data, *size, room);
+    return given;
 }
 
 template <typename Range, typename Measure>

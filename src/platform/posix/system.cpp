@@ -1,13 +1,15 @@
 #include "platform/system.h"
 
 #include <dlfcn.h>
+#include <errno.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <boost/thread/thread.hpp>
 
-#include "platform/paths.h"
 #include "platform/posix/command_line.h"
+#include "platform/posix/file_object.h"
+#include "platform/posix/files.h"
 #include "platform/posix/handles.h"
 #include "platform/posix/sandbox.h"
 #include "platform/posix/spawn.h"
@@ -26,6 +28,26 @@ int pause_for_operator() {
     }
     std::printf("\n");
     return 0;
+}
+
+// What the C runtime of Windows makes of a failure.
+int runtime_error(DWORD code) {
+    switch (code) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+            return ENOENT;
+        case ERROR_TOO_MANY_OPEN_FILES:
+            return EMFILE;
+        case ERROR_DISK_FULL:
+            return ENOSPC;
+        case ERROR_ACCESS_DENIED:
+        case ERROR_SHARING_VIOLATION:
+        case ERROR_WRITE_PROTECT:
+            return EACCES;
+        default:
+            return EINVAL;
+    }
 }
 
 }  // namespace
@@ -52,7 +74,16 @@ int run_system(const std::string& ansi_command) {
 }
 
 int create_file(const std::wstring& path) {
-    return open(native_path(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const HANDLE handle = open_file(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    if (handle == INVALID_HANDLE_VALUE) {
+        errno = runtime_error(GetLastError());
+        return -1;
+    }
+    // The descriptor goes on holding the share mode of the handle.
+    const int file = fcntl(find<file_object>(handle)->descriptor(), F_DUPFD_CLOEXEC, 0);
+    remove_handle(handle);
+    return file;
 }
 
 void close_file(int descriptor) {

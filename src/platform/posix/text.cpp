@@ -30,8 +30,9 @@ int WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR wide, int wide_coun
                         int size, LPCSTR default_char, LPBOOL used_default_char) {
     if (failing(__func__)) return 0;
     const bool utf8 = code_page == CP_UTF8;
-    if (!wide || wide_count == 0 || wide_count < -1 || size < 0 || (size > 0 && !buffer) ||
-        (utf8 && (default_char || used_default_char))) {
+    const UINT page = code_page == CP_ACP ? GetACP() : code_page;
+    if (!is_code_page(code_page) || !wide || wide_count == 0 || wide_count < -1 || size < 0 ||
+        (size > 0 && !buffer) || (utf8 && (default_char || used_default_char))) {
         return fail(ERROR_INVALID_PARAMETER);
     }
     if (flags & ~(utf8 ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS)) {
@@ -39,8 +40,7 @@ int WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR wide, int wide_coun
     }
     const std::wstring text(wide, wide_count == -1 ? std::wcslen(wide) + 1 : wide_count);
     bool lossy = false;
-    const std::string result = narrow(code_page == CP_ACP ? GetACP() : code_page, text,
-                                      default_char ? default_char : "?", &lossy);
+    const std::string result = narrow(page, text, default_char ? default_char : "?", &lossy);
     if (lossy && (flags & WC_ERR_INVALID_CHARS)) return fail(ERROR_NO_UNICODE_TRANSLATION);
     if (used_default_char) *used_default_char = lossy;
     return give(result, buffer, size);
@@ -49,7 +49,9 @@ int WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR wide, int wide_coun
 int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR narrow, int narrow_count, LPWSTR buffer,
                         int size) {
     if (failing(__func__)) return 0;
-    if (!narrow || narrow_count == 0 || narrow_count < -1 || size < 0 || (size > 0 && !buffer)) {
+    const UINT page = code_page == CP_ACP ? GetACP() : code_page;
+    if (!is_code_page(code_page) || !narrow || narrow_count == 0 || narrow_count < -1 || size < 0 ||
+        (size > 0 && !buffer)) {
         return fail(ERROR_INVALID_PARAMETER);
     }
     if (flags & ~(MB_ERR_INVALID_CHARS | (code_page == CP_UTF8 ? 0 : MB_PRECOMPOSED))) {
@@ -58,8 +60,7 @@ int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR narrow, int narrow_c
     const std::size_t count =
         narrow_count == -1 ? std::char_traits<char>::length(narrow) + 1 : narrow_count;
     bool lossy = false;
-    const std::wstring result =
-        widen(code_page == CP_ACP ? GetACP() : code_page, std::string(narrow, count), &lossy);
+    const std::wstring result = widen(page, std::string(narrow, count), &lossy);
     if (lossy && (flags & MB_ERR_INVALID_CHARS)) return fail(ERROR_NO_UNICODE_TRANSLATION);
     return give(result, buffer, size);
 }

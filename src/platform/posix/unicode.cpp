@@ -54,12 +54,25 @@ converters g_converters;
 class converter {
   public:
     converter(const std::string& to, const std::string& from)
-        : lock(g_converters.mutex), handle(g_converters.find(to, from)) {
+        : lock(g_converters.mutex),
+          handle(g_converters.find(to, from)),
+          back(g_converters.find(from, to)) {
         if (is_open()) iconv(handle, nullptr, nullptr, nullptr, nullptr);
     }
     converter(const converter&) = delete;
     converter& operator=(const converter&) = delete;
 
+    bool is_open() const { return handle != converters::closed(); }
+    /// Whether this is one whole character of the target.
+    bool gives(char byte) const {
+        char* in = &byte;
+        std::size_t size = 1;
+        char buffer[8];
+        char* out = buffer;
+        std::size_t room = sizeof buffer;
+        iconv(back, nullptr, nullptr, nullptr, nullptr);
+        return iconv(back, &in, &size, &out, &room) != static_cast<std::size_t>(-1);
+    }
     /// Appends what can be converted; returns how many bytes of the text that was.
     std::size_t run(const char* text, std::size_t size, std::string& result) {
         char* in = const_cast<char*>(text);
@@ -77,10 +90,9 @@ class converter {
     }
 
   private:
-    bool is_open() const { return handle != converters::closed(); }
-
     const layer_lock lock;
     const iconv_t handle;
+    const iconv_t back;
 };
 
 void append_unit(std::string& bytes, wchar_t unit) {
@@ -102,6 +114,11 @@ bool is_ascii(const Text& text) {
 }
 
 }  // namespace
+
+bool is_code_page(UINT code_page) {
+    return code_page == CP_ACP || code_page == CP_UTF8 ||
+           converter("UTF-16LE", name_of(code_page)).is_open();
+}
 
 std::wstring widen(UINT code_page, const std::string& text, bool* lossy) {
     if (is_ascii(text)) return std::wstring(text.begin(), text.end());
@@ -135,11 +152,9 @@ std::string narrow(UINT code_page, const std::wstring& text, const char* fallbac
         at += from_units.run(units.data() + at, units.size() - at, result);
         if (at == units.size()) break;
         const std::size_t i = at / 2;
-        const auto is_half = [&](std::size_t index, wchar_t first) {
-            return index < text.size() && text[index] >= first && text[index] < first + 0x400;
-        };
-        at += is_half(i, 0xD800) && is_half(i + 1, 0xDC00) ? 4 : 2;
-        const bool hole = is_hole(code_page, static_cast<unsigned>(text[i]));
+        at += 2;
+        const auto value = static_cast<unsigned>(text[i]);
+        const bool hole = is_hole(code_page, value) && !from_units.gives(static_cast<char>(value));
         result += hole                   ? std::string(1, static_cast<char>(text[i]))
                   : code_page == CP_UTF8 ? "\xEF\xBF\xBD"
                                          : fallback;

@@ -7,6 +7,8 @@
 
 namespace platform {
 
+bool is_code_page(UINT code_page);
+
 /// What has no counterpart becomes "?", in Unicode U+FFFD, and sets `lossy`, which may be null.
 std::wstring widen(UINT code_page, const std::string& text, bool* lossy = nullptr);
 std::string narrow(UINT code_page, const std::wstring& text, const char* fallback = "?",
