@@ -4,6 +4,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "host/log_watch.h"
 #include "host/system.h"
 #include "host/text.h"
 #include "sandbox/native.h"
@@ -41,11 +42,10 @@ std::unique_ptr<module_t> open_module(const arguments_t& arguments) {
     if (file.empty()) {
         file = sandbox::environment("ORALIB_LIBRARY");
     }
-    const std::string log = arguments.get("--log");
     try {
         return std::make_unique<module_t>(
             file.empty() ? executable_folder() / module_file_name : fs::absolute(fs::u8path(file)),
-            log.empty() ? "oralib-host.log" : log);
+            log_name(arguments));
     } catch (const module_error_t& e) {
         if (!directory.empty()) {
             throw;

@@ -9,7 +9,8 @@ namespace {
 std::vector<host::command_t> all_commands() {
     std::vector<host::command_t> all;
     for (const auto& commands :
-         {host::explore_commands(), host::simple_commands(), host::sandbox_commands()}) {
+         {host::explore_commands(), host::backup_commands(), host::logs_commands(),
+          host::simple_commands(), host::sandbox_commands()}) {
         all.insert(all.end(), commands.begin(), commands.end());
     }
     return all;

@@ -60,6 +60,90 @@ std::string module_t::explore(bool collect_pfile, const logon_t& logon,
     return document.utf8();
 }
 
+std::string module_t::prepare(const logon_t& logon, const logon_t& os_logon,
+                              const std::string& config_xml) {
+    const quiet_output_t quiet;
+    const auto prepare = function<decltype(OraclePrepareDbsForBackup)>("OraclePrepareDbsForBackup");
+    text_t document(*this);
+    run([&](oralib_char** error) {
+        return prepare(to_utf16(config_xml).c_str(), to_utf16(logon.user).c_str(),
+                       to_utf16(logon.password).c_str(), to_utf16(os_logon.user).c_str(),
+                       to_utf16(os_logon.password).c_str(), document.out(), error);
+    });
+    return document.utf8();
+}
+
+void module_t::finish(const std::string& document, const logon_t& logon) {
+    const quiet_output_t quiet;
+    const auto finish = function<decltype(OracleFinishDbsBackup)>("OracleFinishDbsBackup");
+    run([&](oralib_char** error) {
+        return finish(to_utf16(document).c_str(), to_utf16(logon.user).c_str(),
+                      to_utf16(logon.password).c_str(), error);
+    });
+}
+
+std::string module_t::backup_logs(const std::string& home, const std::string& sid,
+                                  const std::string& usn, const std::string& last_rec_id,
+                                  const logon_t& logon) {
+    const quiet_output_t quiet;
+    const auto backup = function<decltype(OracleBackupLogs)>("OracleBackupLogs");
+    text_t list(*this);
+    run([&](oralib_char** error) {
+        return backup(to_utf16(home).c_str(), to_utf16(sid).c_str(), to_utf16(usn).c_str(),
+                      to_utf16(last_rec_id).c_str(), to_utf16(logon.user).c_str(),
+                      to_utf16(logon.password).c_str(), list.out(), error);
+    });
+    return list.utf8();
+}
+
+std::string module_t::list_logs() {
+    const quiet_output_t quiet;
+    const auto list_all = function<decltype(OracleEnumLogs)>("OracleEnumLogs");
+    text_t list(*this);
+    run([&](oralib_char** error) { return list_all(list.out(), error); });
+    return list.utf8();
+}
+
+void module_t::remove_logs(const std::string& list) {
+    const quiet_output_t quiet;
+    const auto remove = function<decltype(OracleRemoveLogsInTemp)>("OracleRemoveLogsInTemp");
+    run([&](oralib_char** error) { return remove(to_utf16(list).c_str(), error); });
+}
+
+void module_t::delete_logs_by_time(const std::string& home, const std::string& sid,
+                                   std::int32_t minutes, const logon_t& logon) {
+    const quiet_output_t quiet;
+    const auto remove = function<decltype(OracleDeleteLogsByTime)>("OracleDeleteLogsByTime");
+    run([&](oralib_char** error) {
+        return remove(to_utf16(home).c_str(), to_utf16(sid).c_str(), minutes,
+                      to_utf16(logon.user).c_str(), to_utf16(logon.password).c_str(), error);
+    });
+}
+
+void module_t::delete_logs_by_size(const std::string& home, const std::string& sid,
+                                   std::int64_t limit, const logon_t& logon) {
+    const quiet_output_t quiet;
+    const auto remove = function<decltype(OracleDeleteLogsBySize)>("OracleDeleteLogsBySize");
+    run([&](oralib_char** error) {
+        return remove(to_utf16(home).c_str(), to_utf16(sid).c_str(), limit,
+                      to_utf16(logon.user).c_str(), to_utf16(logon.password).c_str(), error);
+    });
+}
+
+bool module_t::is_restore_required() {
+    const quiet_output_t quiet;
+    const auto check = function<decltype(OracleIsRestoreRequired)>("OracleIsRestoreRequired");
+    bool required = false;
+    run([&](oralib_char** error) { return check(&required, error); });
+    return required;
+}
+
+void module_t::restore() {
+    const quiet_output_t quiet;
+    const auto restore = function<decltype(OracleDoRestore)>("OracleDoRestore");
+    run([&](oralib_char** error) { return restore(error); });
+}
+
 std::string module_t::logs_folder() {
     const quiet_output_t quiet;
     const auto get_folder = function<decltype(OracleGetLogsFolder)>("OracleGetLogsFolder");

@@ -1,6 +1,7 @@
 // The oralib module as an agent uses it: loaded at run time, its functions found by name.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -30,6 +31,21 @@ class module_t {
 
     /// The explore document.
     std::string explore(bool collect_pfile, const logon_t& logon, const std::string& config_xml);
+    /// The prepare document.
+    std::string prepare(const logon_t& logon, const logon_t& os_logon,
+                        const std::string& config_xml);
+    void finish(const std::string& document, const logon_t& logon);
+    /// The list document, as of list_logs().
+    std::string backup_logs(const std::string& home, const std::string& sid, const std::string& usn,
+                            const std::string& last_rec_id, const logon_t& logon);
+    std::string list_logs();
+    void remove_logs(const std::string& list);
+    void delete_logs_by_time(const std::string& home, const std::string& sid, std::int32_t minutes,
+                             const logon_t& logon);
+    void delete_logs_by_size(const std::string& home, const std::string& sid, std::int64_t limit,
+                             const logon_t& logon);
+    bool is_restore_required();
+    void restore();
     std::string logs_folder();
     bool asm_exists();
     void test();

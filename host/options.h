@@ -9,7 +9,14 @@
 namespace host {
 
 /// Documented in the help; operators and scripts go by them.
-enum exit_code { all_well = 0, failed = 1, wrong_usage = 2, some_unreadable = 3, no_asm = 4 };
+enum exit_code {
+    all_well = 0,
+    failed = 1,
+    wrong_usage = 2,
+    some_left_out = 3,  ///< databases that could not be read, or are not protected
+    no_asm = 4,
+    in_backup_mode = 5  ///< a database may still be in backup mode, or down
+};
 
 class usage_error_t : public std::runtime_error {
     using std::runtime_error::runtime_error;

@@ -14,6 +14,11 @@ extern const char* const module_file_name;
 /// The Oracle client library's, which is also that of the sandbox's stand-in.
 extern const char* const client_file_name;
 
+/// The module's log, as the module is to have it, unless the operator names another.
+std::string default_log_path();
+/// Where this process finds a file of the module's.
+std::filesystem::path native_path(const std::string& module_path);
+
 /// What to tell the operator where the module cannot start and there is no sandbox; may be empty.
 extern const char* const hint_without_sandbox;
 

@@ -10,6 +10,9 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "sandbox/native.h"
+#include "sandbox/paths.h"
+
 namespace host {
 
 const char* const module_file_name = "liboralib.so";
@@ -22,6 +25,15 @@ std::filesystem::path executable_folder() {
 const char* const hint_without_sandbox =
     "Outside Windows the module needs a sandbox: 'sandbox create DIR' makes one, --sandbox DIR "
     "names it.";
+
+std::string default_log_path() {
+    return "C:\\ProgramData\\Tarny\\ClientVault\\oralib-host.log";
+}
+
+std::filesystem::path native_path(const std::string& module_path) {
+    return sandbox::native_path(std::filesystem::u8path(sandbox::environment("ORALIB_SANDBOX")),
+                                module_path);
+}
 
 std::vector<std::string> command_line_words(int count, char** words) {
     return {words + (count > 0 ? 1 : 0), words + count};

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include <shellapi.h>
+#include <shlobj.h>
 
 namespace host {
 
@@ -30,6 +31,16 @@ std::filesystem::path executable_folder() {
     std::wstring path(32767, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return std::filesystem::path(path).parent_path();
+}
+
+std::string default_log_path() {
+    wchar_t folder[MAX_PATH] = L"";
+    SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA, nullptr, SHGFP_TYPE_CURRENT, folder);
+    return to_utf8(folder, lstrlenW(folder)) + "\\Tarny\\ClientVault\\oralib-host.log";
+}
+
+std::filesystem::path native_path(const std::string& module_path) {
+    return std::filesystem::u8path(module_path);
 }
 
 // The run-time library hands over what is left of them in the code page.

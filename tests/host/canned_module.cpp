@@ -73,7 +73,7 @@ oralib_result OracleCheckIfAsmExist(bool* exists, oralib_char**) {
 }
 
 oralib_result OracleTest(void*, void*, const oralib_char* logName, oralib_char**) {
-    std::printf("%s\n", logName[0] == u'o' ? "default log" : "other log");
+    std::printf("%s\n", logName[0] == 'C' ? "default log" : "other log");
     return ORALIB_OK;
 }
 

@@ -196,4 +196,67 @@ TEST_F(HostCommand, ExploresASandboxThatItUpset) {
     EXPECT_NE(outcome.out.find("  *.db_name='FIN'\n"), std::string::npos);
 }
 
+// Through the real module: the verdicts come from its documents and its log.
+TEST_F(HostCommand, ASnapshotWithOneDatabaseThatFails) {
+    const std::string server = folder / "server";
+    const std::string memory = folder / "prepared.xml";
+    const std::string real = "ORALIB_LIBRARY= ";
+    ASSERT_EQ(host("sandbox create " + server).code, 0);
+    const auto run_on_it = [&](const std::string& words) {
+        return host("--sandbox " + server + " " + words, real);
+    };
+    const outcome_t prepared = run_on_it("prepare " + memory);
+    EXPECT_EQ(prepared.code, 3) << "some databases of this server cannot be protected";
+    EXPECT_NE(prepared.out.find("consistent: in backup mode until finish"), std::string::npos);
+    EXPECT_NE(prepared.out.find("cold: shut down until finish"), std::string::npos);
+    EXPECT_NE(prepared.out.find("REPORT:\n  Oracle error has occurred. ORA-16000"),
+              std::string::npos);
+    EXPECT_EQ(run_on_it("prepare " + memory).code, 1) << "the memory of the first one";
+    EXPECT_EQ(run_on_it("restore check").out.rfind("This machine was brought back", 0), 0u);
+
+    sandbox::set_fault(server, "FIN", sandbox::ora("ALTER DATABASE END BACKUP", 600));
+    const outcome_t half = run_on_it("finish " + memory);
+    EXPECT_EQ(half.code, 5);
+    EXPECT_NE(half.out.find("FIN     MAY STILL BE IN BACKUP MODE\n"), std::string::npos)
+        << half.out;
+    EXPECT_NE(half.out.find("ORCL    backup mode ended\n"), std::string::npos);
+    EXPECT_NE(half.out.find("ORA-00600"), std::string::npos);
+    sandbox::clear_faults(server);
+    // Of the one that is out of it already Oracle says so.
+    EXPECT_NE(run_on_it("finish " + memory).out.find("FIN     backup mode ended\n"),
+              std::string::npos);
+    EXPECT_EQ(
+        sandbox::query_sql(server, "FIN", "SELECT COUNT(*) FROM V$BACKUP WHERE STATUS = 'ACTIVE'"),
+        "0");
+}
+
+TEST_F(HostCommand, LogsFromStagingToRetention) {
+    const std::string server = folder / "server";
+    const std::string real = "ORALIB_LIBRARY= ";
+    ASSERT_EQ(host("sandbox create " + server).code, 0);
+    const auto run_on_it = [&](const std::string& words) {
+        return host("--sandbox " + server + " " + words, real);
+    };
+    const outcome_t staged = run_on_it("logs backup FIN --after 4");
+    EXPECT_EQ(staged.code, 0) << staged.err;
+    EXPECT_NE(staged.out.find("  FIN    5   2004000  2005000  32.0 KiB  copy "), std::string::npos)
+        << staged.out;
+    EXPECT_EQ(run_on_it("logs verify").out, "2 logs, nothing amiss.\n");
+    const std::string list = folder.write("list.xml", run_on_it("logs list --xml").out);
+    EXPECT_EQ(run_on_it("logs remove " + list).code, 0);
+    const outcome_t gone = run_on_it("logs verify " + list);
+    EXPECT_EQ(gone.code, 3);
+    EXPECT_NE(gone.out.find(" is not there\n"), std::string::npos);
+
+    EXPECT_NE(run_on_it("retention FIN --keep 64KiB").out.find("Nothing was deleted."),
+              std::string::npos);
+    EXPECT_EQ(run_on_it("retention FIN --keep 64KiB --confirm").code, 0);
+    EXPECT_EQ(
+        sandbox::query_sql(server, "FIN", "SELECT COUNT(*) FROM V$ARCHIVED_LOG WHERE STATUS = 'A'"),
+        "3");
+    EXPECT_EQ(run_on_it("retention FIN").code, 2);
+    EXPECT_EQ(run_on_it("retention FIN --older-than soon").code, 2);
+    EXPECT_EQ(run_on_it("logs backup NONE").code, 1);
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "host/backup_document.h"
 #include "host/explore_report.h"
 
 namespace {
@@ -64,6 +65,40 @@ TEST(HostDocument, IsPrintedForPeople) {
     EXPECT_EQ(empty.str(),
               "No Oracle instance was found on this machine.\n"
               "SRV, Windows, UTC-5\nAll instances were passed over; the log tells why.\n");
+}
+
+TEST(HostLogs, GapsAndOverlapsByScnAndIncarnation) {
+    struct row_t {
+        const char* sid;
+        const char* resetlogs;
+        std::uint64_t sequence, first, next;
+    };
+    const struct {
+        std::vector<row_t> logs;
+        std::vector<std::string> findings;
+    } cases[] = {
+        {{}, {}},
+        {{{"A", "1", 2, 20, 30}, {"A", "1", 1, 10, 20}, {"A", "1", 2, 20, 30}}, {}},
+        {{{"A", "1", 1, 10, 20}, {"A", "2", 1, 15, 25}, {"B", "1", 7, 90, 95}}, {}},
+        {{{"A", "1", 1, 10, 20}, {"A", "1", 3, 30, 40}},
+         {"a gap behind A log 1: SCN 20 to 30 is in no log"}},
+        {{{"A", "1", 1, 10, 20}, {"A", "1", 2, 15, 25}},
+         {"A log 1 and A log 2 overlap from SCN 15 on"}},
+        {{{"A", "1", 1, 20, 10}}, {"A log 1 ends before it begins"}},
+    };
+    for (const auto& test : cases) {
+        std::vector<host::staged_log_t> logs;
+        for (const row_t& row : test.logs) {
+            host::staged_log_t log;
+            log.sid = row.sid;
+            log.resetlogs = row.resetlogs;
+            log.sequence = row.sequence;
+            log.first_change = row.first;
+            log.next_change = row.next;
+            logs.push_back(log);
+        }
+        EXPECT_EQ(host::find_gaps(logs), test.findings);
+    }
 }
 
 }  // namespace
