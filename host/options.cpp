@@ -196,8 +196,9 @@ std::string help_on(const std::vector<command_t>& commands, const std::string& t
                 {{"0", "all well"},
                  {"1", "failed"},
                  {"2", "wrong usage"},
-                 {"3", "explore: some databases could not be read"},
-                 {"4", "asm: there is no ASM instance"}});
+                 {"3", "explore: some databases could not be read; prepare: are not protected"},
+                 {"4", "asm: there is no ASM instance"},
+                 {"5", "finish: a database may still be in backup mode, or down"}});
     return text;
 }
 

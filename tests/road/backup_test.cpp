@@ -76,6 +76,7 @@ TEST_F(Backup, PrepareAndFinishOnTheLiveMachine) {
     start(module);
     const answer_t prepared = module.prepare();
     ASSERT_EQ(prepared.code, ORALIB_OK) << prepared.error;
+    EXPECT_EQ(validate(prepared.result, "prepare.xsd"), "");
     const document_t document(prepared.result);
     EXPECT_EQ(action(document, "HOT"), "2");
     EXPECT_EQ(action(document, "COLD"), "3");
@@ -210,6 +211,7 @@ TEST_F(Backup, AFailureLeavesItsTraceInTheDocument) {
         sandbox::set_fault(folder, "ORCL", sandbox::ora(row.statement, 600));
         const answer_t prepared = module.prepare();
         sandbox::clear_faults(folder);
+        EXPECT_EQ(validate(prepared.result, "prepare.xsd"), "");
         const document_t document(prepared.result);
         EXPECT_EQ(action(document, "ORCL"), row.action);
         EXPECT_EQ(document.attribute("database[ORCL]", "BackupWithBackupState"), row.flag);

@@ -30,6 +30,7 @@ class Logs : public Road {
     // Each described log is there, as long as its description says, and its description lies where
     // it says.
     void check_list(const std::string& list) const {
+        EXPECT_EQ(validate(list, "archived-logs.xsd"), "");
         const document_t document(list);
         const strings_t paths = document.list("", "logPath");
         const strings_t sizes = document.list("", "size");
