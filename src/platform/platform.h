@@ -11,22 +11,30 @@
 #define NOMINMAX
 #endif
 // clang-format off
+#include <winsock2.h>
+#include <ws2tcpip.h>
 #include <windows.h>
+#include <lm.h>
 #include <objbase.h>
 #include <oleauto.h>
 #include <rpc.h>
+#define SECURITY_WIN32
+#include <security.h>
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <stdlib.h>
 #include <userenv.h>
 // clang-format on
 #else
+#include "platform/posix/debugger.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/files.h"
 #include "platform/posix/host.h"
 #include "platform/posix/modules.h"
 #include "platform/posix/processes.h"
 #include "platform/posix/registry.h"
+#include "platform/posix/shares.h"
+#include "platform/posix/sockets.h"
 #include "platform/posix/text.h"
 #include "platform/posix/threads.h"
 #include "platform/posix/time.h"

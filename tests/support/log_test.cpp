@@ -12,6 +12,8 @@
 #include "support/logging/aging.h"
 #include "support/logging/context.h"
 #include "support/logging/line_format.h"
+#include "support/logging/output_debug_log.h"
+#include "support/logging/performance_log.h"
 #include "support/logging/scope.h"
 #include "support/logging/start.h"
 #include "support/logging/win_log_file.h"
@@ -180,6 +182,88 @@ TEST_F(Log, TheDirectoryOfTheRegistry) {
     logging::get_log(L"second.log");
     logging::start_log({});
     EXPECT_TRUE(std::filesystem::exists(drive / "own/folder/first.log"));
+}
+
+// A socket of this machine to which another receiver sends.
+class listener_t {
+  public:
+    listener_t() {
+        WSADATA data;
+        WSAStartup(MAKEWORD(2, 2), &data);
+        udp = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = inet_addr("127.0.0.1");
+        EXPECT_EQ(bind(udp, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        socklen_t size = sizeof address;
+        getsockname(udp, reinterpret_cast<sockaddr*>(&address), &size);
+    }
+    ~listener_t() { closesocket(udp); }
+    listener_t(const listener_t&) = delete;
+    listener_t& operator=(const listener_t&) = delete;
+
+    std::uint16_t port() const { return ntohs(address.sin_port); }
+    std::string next() const {
+        char buffer[100];
+        const auto length = recv(udp, buffer, sizeof buffer, 0);
+        return std::string(buffer, length > 0 ? static_cast<std::size_t>(length) : 0);
+    }
+
+  private:
+    SOCKET udp;
+    sockaddr_in address = {};
+};
+
+TEST_F(Log, ADebuggerAndAnotherMachineGetEachLine) {
+    const listener_t listener;
+    char port[9];
+    std::snprintf(port, sizeof port, "%08x", static_cast<unsigned>(listener.port()));
+    const auto key = [&](const char* enabled) {
+        machine.write_registry(
+            std::string("[HKEY_LOCAL_MACHINE\\SOFTWARE\\TarnY\\Tarny NFS]\n"
+                        "\"ExtLogHost\"=\"127.0.0.1\"\n\"ExtLogEnabled\"=dword:") +
+            enabled + "\n\"ExtLogPort\"=dword:" + port + "\n");
+    };
+    logging::receiver::COutputDebugStringLog without_key;
+    EXPECT_NE(failure_of([&] {
+                  without_key.write("one\n");
+              }).find("Failed to open registry key [SOFTWARE\\TarnY\\Tarny NFS]."),
+              std::string::npos);
+    without_key.write("two\n");
+    key("00000000");
+    logging::receiver::COutputDebugStringLog local;
+    local.write("three\n");
+    key("00000001");
+    logging::receiver::COutputDebugStringLog remote;
+    remote.write("four\n");
+    remote.write("five\n");
+    EXPECT_EQ(listener.next(), "four\n");
+    EXPECT_EQ(listener.next(), "five\n");
+    if (machine_t::is_layered()) {
+        EXPECT_EQ(read_file(machine.folder / "run/debugger.log"), "one\ntwo\nthree\nfour\nfive\n");
+    }
+}
+
+TEST_F(Log, TroubleWithThePerformanceLogStaysInIt) {
+    start();
+    logging::performance_log_t& log = util::CCommonLibCtx::instance().performanceLog;
+    const auto file = win::win_file_t::create_or_open(L"C:\\data");
+    file->flush();
+    log.open(L"C:\\perf\\times.log");
+    file->flush();
+    const std::string written = read_file(drive / "perf/times.log");
+    EXPECT_TRUE(std::regex_match(written, std::regex("C:\\\\data: flushed in \\d+ ms\r\n")));
+    EXPECT_EQ(lines(), "");
+
+    log.open(L"C:\\data\\folder\\times.log");
+    file->flush();
+    const std::string text = lines();
+    EXPECT_NE(text.find("WARN|Performance logger failed to create directory."), std::string::npos);
+    EXPECT_NE(text.find("WARN|Unable to flush performance log data. Perflog buffer will be "
+                        "erased, data will be lost."),
+              std::string::npos);
+    log.open(L"C:\\perf\\times.log");
+    log.flush();
+    EXPECT_EQ(read_file(drive / "perf/times.log"), written) << "what was dropped stays so";
 }
 
 }  // namespace

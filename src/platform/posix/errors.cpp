@@ -57,6 +57,7 @@ const message messages[] = {
     {120, L"This function is not supported on this system."},
     {122, L"The data area passed to a system call is too small."},
     {123, L"The filename, directory name, or volume label syntax is incorrect."},
+    {124, L"The system call level is not correct."},
     {126, L"The specified module could not be found."},
     {127, L"The specified procedure could not be found."},
     {131, L"An attempt was made to move the file pointer before the beginning of the file."},
@@ -95,6 +96,7 @@ const message messages[] = {
      L"Logon failure: the user has not been granted the requested logon type at this computer."},
     {1450, L"Insufficient system resources exist to complete the requested service."},
     {1460, L"This operation returned because the timeout period expired."},
+    {2250, L"This network connection does not exist."},
 };
 
 }  // namespace

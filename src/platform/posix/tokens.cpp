@@ -172,3 +172,14 @@ BOOL SetThreadToken(PHANDLE thread, HANDLE token) {
     place.set(target);
     return TRUE;
 }
+
+SECURITY_STATUS ImpersonateSecurityContext(PCtxtHandle context) {
+    if (failing(__func__)) return SEC_E_INVALID_HANDLE;
+    return ImpersonateLoggedOnUser(reinterpret_cast<HANDLE>(context->dwLower))
+               ? SEC_E_OK
+               : SEC_E_INVALID_HANDLE;
+}
+
+SECURITY_STATUS RevertSecurityContext(PCtxtHandle) {
+    return !failing(__func__) && RevertToSelf() ? SEC_E_OK : SEC_E_INVALID_HANDLE;
+}

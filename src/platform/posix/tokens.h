@@ -31,3 +31,15 @@ BOOL DuplicateToken(HANDLE token, SECURITY_IMPERSONATION_LEVEL level, PHANDLE du
 BOOL OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHANDLE token);
 /// `thread` null stands for the calling thread, `token` null takes the thread's token away.
 BOOL SetThreadToken(PHANDLE thread, HANDLE token);
+
+// A security context, which elsewhere comes out of a handshake; `dwLower` is a token here.
+#define SEC_E_OK S_OK
+struct CtxtHandle {
+    ULONG_PTR dwLower;
+    ULONG_PTR dwUpper;
+};
+using PCtxtHandle = CtxtHandle*;
+using SECURITY_STATUS = LONG;
+
+SECURITY_STATUS ImpersonateSecurityContext(PCtxtHandle context);
+SECURITY_STATUS RevertSecurityContext(PCtxtHandle context);

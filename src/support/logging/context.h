@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/logging/cout_multiplexor.h"
+#include "support/logging/performance_log.h"
 #include "support/logging/thread_trace.h"
 
 namespace crypto {
@@ -19,6 +20,7 @@ class CCommonLibCtx {
 
     monitoring::CThreadStatesCollection threadStates;
     io::CCoutMultiplexor coutMultiplexor;
+    logging::performance_log_t performanceLog;
     crypto::CRuntimeKeyStore keyStore;
 
   private:

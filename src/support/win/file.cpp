@@ -3,9 +3,11 @@
 #include "platform/platform.h"
 #include "support/exc/exc.h"
 #include "support/host/product_options.h"
+#include "support/logging/context.h"
 #include "support/logging/logger.h"
 #include "support/text/convert.h"
 #include "support/text/format.h"
+#include "support/win/impersonation.h"
 
 namespace win {
 
@@ -58,6 +60,7 @@ std::string win_file_t::display_path() const {
 }
 
 win_file_t::ptr_t win_file_t::create_or_open(const std::wstring& path, DWORD disposition) {
+    const auto scope = make_file_scope(path);
     const HANDLE handle =
         checked(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                             disposition, FILE_ATTRIBUTE_NORMAL, nullptr),
@@ -70,6 +73,7 @@ win_file_t::ptr_t win_file_t::create_or_open(const std::string& path, DWORD disp
 }
 
 win_file_t::ptr_t win_file_t::open_read_only(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     const HANDLE handle =
         checked(open_for_reading(path, 0), "Failed to open file [%1] in readonly mode.", path);
     return ptr_t(new win_file_t(handle, path));
@@ -80,6 +84,7 @@ win_file_t::ptr_t win_file_t::open_read_only(const std::string& path) {
 }
 
 win_file_t::ptr_t win_file_t::open_read_only_uncached(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     const HANDLE handle =
         checked(open_for_reading(path, FILE_FLAG_NO_BUFFERING),
                 "Failed to open file [%1] in readonly mode (without cache).", path);
@@ -164,11 +169,15 @@ std::uint64_t win_file_t::size() const {
 }
 
 void win_file_t::flush() {
+    const DWORD begin = GetTickCount();
     if (!FlushFileBuffers(get())) {
         const DWORD error = GetLastError();
         throw exc::win_sys_exc_t("Failed to flush file buffers. File: [%1].", display_path(),
                                  error);
     }
+    auto& log = util::CCommonLibCtx::instance().performanceLog;
+    log.add(display_path() + ": flushed in " + std::to_string(GetTickCount() - begin) + " ms");
+    log.flush();
 }
 
 void win_file_t::reset_size(std::uint32_t new_size) {

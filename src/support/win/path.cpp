@@ -10,6 +10,7 @@
 #include "support/exc/exc.h"
 #include "support/text/convert.h"
 #include "support/win/file.h"
+#include "support/win/impersonation.h"
 
 namespace win {
 
@@ -93,6 +94,7 @@ std::wstring::size_type first_folder(const std::wstring& path) {
 }  // namespace
 
 bool path_exists(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     return boost::filesystem::exists(platform::native_path(path));
 }
 
@@ -101,6 +103,7 @@ bool path_exists(const std::string& path) {
 }
 
 bool folder_exists(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     return boost::filesystem::is_directory(platform::native_path(path));
 }
 
@@ -109,10 +112,12 @@ bool folder_exists(const std::string& path) {
 }
 
 std::uint64_t file_size(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     return boost::filesystem::file_size(platform::native_path(path));
 }
 
 std::vector<std::wstring> list_files(const std::wstring& folder) {
+    const auto scope = make_file_scope(folder);
     std::vector<std::wstring> files;
     for (const auto& entry : boost::filesystem::directory_iterator(platform::native_path(folder))) {
         if (boost::filesystem::is_regular_file(entry.status())) {
@@ -123,6 +128,7 @@ std::vector<std::wstring> list_files(const std::wstring& folder) {
 }
 
 void remove_file(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     boost::filesystem::remove(platform::native_path(path));
 }
 
@@ -135,10 +141,11 @@ void create_empty_file(const std::wstring& path) {
 }
 
 void create_directories(const std::wstring& path) {
+    const auto scope = make_file_scope(path);
     std::wstring::size_type end = first_folder(path);
     while ((end = path.find_first_of(separators, end)) != std::wstring::npos) {
         const std::wstring folder = path.substr(0, end++);
-        if (folder.empty() || folder_exists(folder)) {
+        if (folder.empty() || boost::filesystem::is_directory(platform::native_path(folder))) {
             continue;
         }
         if (!CreateDirectoryW(folder.c_str(), nullptr)) {
