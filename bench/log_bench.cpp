@@ -1,84 +1,81 @@
-// A line through the log against a raw write of the same bytes, in turns.
+// A line through the log against a raw write of the same bytes, and against a well-known logger
+// that flushes each line.
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
-#include <vector>
 
+#ifdef BENCH_WITH_SPDLOG
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
+#endif
+
+#include "bench/measure.h"
 #include "support/logging/logger.h"
-#include "support/logging/start.h"
+#include "support/logging/win_log_file.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+// All lines together stay below the size at which the log is archived.
+constexpr int lines = 1000;
+constexpr int rounds = 51;
 
-// In all below the size at which the log is archived.
-constexpr int lines = 10000;
-constexpr int rounds = 9;
+const std::string text =
+    "Found oracle instance: ORCL. Is ASM: false, is autostart: true, in a line of usual length";
 
-double seconds_of(bool raw, const std::string& bytes, int descriptor) {
-    const std::string text =
-        "Found oracle instance: ORCL. Is ASM: false, is autostart: true, in a line of usual length";
-    const auto begin = std::chrono::steady_clock::now();
-    for (int i = 0; i < lines; ++i) {
-        if (raw) {
+template <typename Line>
+double seconds_of_lines(const Line& line) {
+    return bench::seconds_of([&] {
+        for (int i = 0; i < lines; ++i) {
+            line();
+        }
+    });
+}
+
+double seconds_of_log() {
+    return seconds_of_lines([] { logging::g_oralib_log.line(text); });
+}
+
+void against_write(const bench::machine_t& machine, const std::string& bytes) {
+    const auto file = machine.folder / "raw.log";
+    const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT, 0600);
+    bench::compare("a log line against a raw write", 1.25, rounds, seconds_of_log, [&] {
+        return seconds_of_lines([&] {
             if (write(descriptor, bytes.data(), bytes.size()) < 0) {
                 std::perror("write");
                 std::exit(1);
             }
-        } else {
-            logging::g_oralib_log.line(text);
-        }
-    }
-    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
-    return spent.count();
+        });
+    });
+    close(descriptor);
 }
 
-std::string last_line(const fs::path& file) {
-    std::ifstream stream(file);
-    std::string line;
-    for (std::string next; std::getline(stream, next);) {
-        line = next;
-    }
-    return line + "\n";
+void against_spdlog(const bench::machine_t& machine) {
+#ifdef BENCH_WITH_SPDLOG
+    const auto peer = spdlog::basic_logger_mt("oralib", (machine.folder / "spdlog.log").string());
+    peer->set_pattern("[%d.%m.%Y %H:%M:%S] <%6t> %n%v");
+    peer->flush_on(spdlog::level::info);
+    bench::compare("a log line against spdlog's", 0.75, rounds, seconds_of_log,
+                   [&] { return seconds_of_lines([&] { peer->info(text); }); });
+#else
+    static_cast<void>(machine);
+    std::printf("a log line against spdlog's: left out, spdlog was not there at the build\n");
+#endif
 }
 
 }  // namespace
 
 int main() {
-    std::string name = (fs::temp_directory_path() / "oralib-bench-XXXXXX").string();
-    const fs::path folder = mkdtemp(name.data());
-    fs::create_directories(folder / "drives/c");
-    setenv("ORALIB_SANDBOX", folder.c_str(), 1);
-    logging::get_log(L"bench.log");
-    logging::start_log({});
-    const fs::path log_file = folder / "drives/c/ProgramData/Tarny/ClientVault/bench.log";
-    logging::g_oralib_log.line(
-        "Found oracle instance: ORCL. Is ASM: false, is autostart: true, in a line of usual length");
-    const std::string bytes = last_line(log_file);
-    const fs::path raw_file = folder / "raw.log";
-    const int descriptor = open(raw_file.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-
-    std::vector<double> ratios;
-    std::vector<double> log_times;
-    for (int round = 0; round < rounds; ++round) {
-        const double raw = seconds_of(true, bytes, descriptor);
-        const double log = seconds_of(false, bytes, descriptor);
-        ratios.push_back(log / raw);
-        log_times.push_back(log / lines * 1e6);
-    }
-    std::sort(ratios.begin(), ratios.end());
-    std::sort(log_times.begin(), log_times.end());
-    std::printf("%d lines of %zu bytes, %d rounds\n", lines, bytes.size(), rounds);
-    std::printf("a log line: %.2f microseconds; against a raw write: %.2f (%.2f to %.2f)\n",
-                log_times[rounds / 2], ratios[rounds / 2], ratios.front(), ratios.back());
-    close(descriptor);
-    fs::remove_all(folder);
+    const bench::machine_t machine;
+    logging::g_oralib_log.log()->install(win::open_log_file(L"C:\\bench.log"));
+    logging::g_oralib_log.line(text);
+    std::string bytes;
+    std::getline(std::ifstream(machine.drive() / "bench.log"), bytes);
+    bytes += '\n';
+    std::printf("%d rounds of %d lines of %zu bytes\n", rounds, lines, bytes.size());
+    against_write(machine, bytes);
+    against_spdlog(machine);
 }

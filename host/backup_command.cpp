@@ -1,9 +1,12 @@
-// prepare, finish, recover, restore: around a volume snapshot, and after its image came back.
+// prepare, finish, restore: around a volume snapshot, and after its image came back.
 #include <iostream>
+#include <map>
 
 #include "host/backup_document.h"
-#include "host/commands.h"
+#include "host/backup_steps.h"
+#include "host/explore_document.h"
 #include "host/files.h"
+#include "host/hints.h"
 #include "host/log_watch.h"
 #include "host/logon.h"
 #include "host/progress.h"
@@ -14,105 +17,30 @@ namespace host {
 
 namespace {
 
-// So that a command that is shown can be run as it stands.
-std::string sandbox_words(const arguments_t& arguments) {
-    return arguments.has("--sandbox") ? " --sandbox " + arguments.get("--sandbox") : "";
-}
-
-void print_failures(const std::vector<prepared_db_t>& databases, bool trace) {
-    for (const prepared_db_t& database : databases) {
-        if (!database.error.empty()) {
-            std::cout << "\n" << database.sid << ":\n";
-            for (const std::string& line : failure_lines(database.error, trace)) {
-                std::cout << "  " << line << "\n";
-            }
-        }
-    }
-}
-
 exit_code prepare(const arguments_t& arguments) {
-    const std::string file = arguments.operands[0];
-    const std::string config = read_option_file(arguments, "--config");
+    const std::string& file = arguments.operands[0];
     const logon_t logon = get_logon(arguments);
-    if (has_content(file)) {
-        throw std::runtime_error(file +
-                                 " exists: it may be the only memory of a backup; 'finish' " +
-                                 "it, or name another file");
-    }
-    // Before anything is changed: what was done must not be lost for want of a place.
-    write_whole(file, "");
-    std::string text;
-    {
-        const auto module = open_module(arguments);
-        const progress_t progress("preparing");
-        text = module->prepare(logon, {}, config);
-    }
-    write_whole(file, text);
-
-    const std::vector<prepared_db_t> databases = read_prepare_document(text);
-    table_t table({{"SID"}, {"VERDICT"}, {"SCN", true}, {"TIME (UTC)"}, {"LOGS", true}});
-    exit_code code = all_well;
-    for (const prepared_db_t& database : databases) {
-        table.add({database.sid, verdict_of(database), database.scn, database.time_utc,
-                   std::to_string(database.logs)});
-        code = is_protected(database) ? code : some_left_out;
-    }
-    table.print(std::cout, "Databases");
-    print_failures(databases, arguments.has("--trace"));
+    const auto module = open_module(arguments);
+    const exit_code code = prepare_into(file, *module, arguments, logon);
     std::cout << "\nTake the snapshot now, then always: " << arguments.program
               << sandbox_words(arguments) << " finish " << file << "\n";
     return code;
 }
 
-// The module answers that all is well when one database failed; its log tells.
-exit_code report_finish(const std::vector<prepared_db_t>& databases, const std::string& log,
-                        bool trace) {
-    table_t table({{"SID"}, {"VERDICT"}});
-    exit_code code = all_well;
-    std::vector<std::string> trouble;
-    for (const prepared_db_t& database : databases) {
-        const std::vector<std::string> lines = trouble_of_finish(log, database.sid);
-        if (database.action != 2 && database.action != 3) {
-            table.add({database.sid, "nothing to do"});
-        } else if (lines.empty()) {
-            table.add({database.sid, database.action == 2 ? "backup mode ended" : "started again"});
-        } else {
-            table.add({database.sid,
-                       database.action == 2 ? "MAY STILL BE IN BACKUP MODE" : "MAY STILL BE DOWN"});
-            trouble.insert(trouble.end(), lines.begin(), lines.end());
-            code = in_backup_mode;
-        }
-    }
-    table.print(std::cout, "Databases");
-    for (const std::string& line : trouble) {
-        if (trace || line.rfind("--tr:", 0) != 0) {
-            std::cout << "  " << line << "\n";
-        }
-    }
-    return code;
-}
-
-exit_code finish_by(const arguments_t& arguments, const std::string& file) {
+exit_code finish(const arguments_t& arguments) {
+    const std::string& file = arguments.operands[0];
     const std::string text = read_text(file);
-    const std::vector<prepared_db_t> databases = read_prepare_document(text);
     const logon_t logon = get_logon(arguments);
     const auto module = open_module(arguments);
-    const log_watch_t watch(arguments);
-    {
-        const progress_t progress("finishing");
-        module->finish(text, logon);
-    }
-    const exit_code code =
-        report_finish(databases, watch.written_since(), arguments.has("--trace"));
-    if (code != all_well) {
+    const exit_code code = finish_by(text, *module, arguments, logon);
+    if (code == all_well) {
+        put_away(file);
+        std::cout << "\nThe document is kept as " << file << ".done.\n";
+    } else {
         std::cout << "\nWhen the cause is gone, run it again: " << arguments.program
                   << sandbox_words(arguments) << " finish " << file << "\n";
     }
     return code;
-}
-
-exit_code finish(const arguments_t& arguments) {
-    return finish_by(arguments, arguments.operands[0]);
 }
 
 exit_code restore_check(const arguments_t& arguments) {
@@ -123,20 +51,67 @@ exit_code restore_check(const arguments_t& arguments) {
     return all_well;
 }
 
+struct restore_verdict_t {
+    const char* words;
+    bool is_well;
+};
+
+restore_verdict_t verdict_of_restore(const prepared_db_t& database, bool is_open,
+                                     bool backup_was_ended) {
+    const bool was_in_backup = database.action == 2 || database.action == 4;
+    if (!was_in_backup && database.action != 3) {
+        return {"nothing was recorded for it", true};
+    }
+    if (is_open) {
+        return {"open", true};
+    }
+    if (database.autostart) {
+        return {"NOT OPEN", false};
+    }
+    if (database.action == 3) {
+        return {"left down, as its autostart says", true};
+    }
+    return backup_was_ended ? restore_verdict_t{"out of backup mode, left to be opened", true}
+                            : restore_verdict_t{"MAY STILL BE IN BACKUP MODE", false};
+}
+
 exit_code restore_run(const arguments_t& arguments) {
     const auto module = open_module(arguments);
     const log_watch_t watch(arguments);
+    const std::string document = read_meta_document(*module);
+    std::map<std::string, bool> is_open;
+    std::string log;
     {
         const progress_t progress("restoring");
         module->restore();
+        log = watch.written_since();
+        for (const auto& home : read_explore_document(module->explore(false, {}, "")).homes) {
+            for (const auto& database : home.databases) {
+                is_open[database.sid] = !database.is_error;
+            }
+        }
     }
-    const std::vector<std::string> failures = all_failures(watch.written_since());
-    for (const std::string& line : failures) {
+    table_t table({{"SID"}, {"RECORDED"}, {"NOW"}});
+    exit_code code = all_well;
+    std::string trouble;
+    for (const prepared_db_t& database : read_prepare_document(document)) {
+        const finish_log_t lines = read_finish_log(log, database.sid);
+        const restore_verdict_t verdict =
+            verdict_of_restore(database, is_open[database.sid], lines.backup_was_ended);
+        table.add({database.sid, action_word(database.action), verdict.words});
+        if (!verdict.is_well) {
+            code = some_left_out;
+            for (const std::string& line : lines.trouble) {
+                trouble += line + "\n";
+            }
+        }
+    }
+    table.print(std::cout, "Databases");
+    for (const std::string& line : failure_lines(trouble, arguments.has("--trace"))) {
         std::cout << "  " << line << "\n";
     }
-    std::cout << (failures.empty() ? "All databases are as they were recorded.\n"
-                                   : "Some databases need attention.\n");
-    return failures.empty() ? all_well : some_left_out;
+    print_hints(std::cout, trouble);
+    return code;
 }
 
 }  // namespace
@@ -153,7 +128,8 @@ std::vector<command_t> backup_commands() {
         {"finish",
          {"FILE"},
          "Undo what 'prepare' did, by its FILE",
-         "Always, also when the snapshot failed; it may be run again.\n",
+         "Always, also when the snapshot failed. Where a database could not be finished, FILE\n"
+         "stays and it may be run again; else FILE becomes FILE.done.\n",
          with_logon({}),
          finish},
         {"restore check", {}, "Tell whether databases await completion", "", {}, restore_check},

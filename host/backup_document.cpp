@@ -7,6 +7,7 @@
 
 #include <tinyxml.h>
 
+#include "host/system.h"
 #include "host/text.h"
 
 namespace host {
@@ -39,6 +40,12 @@ void read_children(const std::string& xml, const char* root, const char* what, c
 
 }  // namespace
 
+const char* action_word(int action) {
+    static const char* const words[] = {"failed",  "not open",   "in backup mode", "shut down",
+                                        "its own", "left alone", "left alone"};
+    return action >= 0 && action < 7 ? words[action] : "unknown";
+}
+
 std::string verdict_of(const prepared_db_t& database) {
     switch (database.action) {
         case 1:
@@ -70,6 +77,7 @@ std::vector<prepared_db_t> read_prepare_document(const std::string& xml) {
         database.sid = text_of(element, "sid");
         database.home = text_of(element, "home");
         database.action = std::atoi(text_of(element, "action").c_str());
+        database.autostart = text_of(element, "autostart") == "true";
         database.time_utc = text_of(element, "timeUtc");
         database.scn = text_of(element, "scn");
         database.error = text_of(element, "errMsg");
@@ -105,6 +113,48 @@ std::vector<staged_log_t> read_log_list(const std::string& xml) {
         logs.push_back(log);
     });
     return logs;
+}
+
+std::string make_intent_document(const explore_document_t& explored) {
+    TiXmlElement root("databases");
+    for (const home_entry_t& home : explored.homes) {
+        for (const database_entry_t& database : home.databases) {
+            if (database.is_error) {
+                continue;
+            }
+            TiXmlElement element("database");
+            element.SetAttribute("sid", database.sid);
+            element.SetAttribute("home", home.path);
+            element.SetAttribute("action", database.archive_logs_on ? "2" : "3");
+            element.SetAttribute("autostart", "true");
+            element.SetAttribute("reverted", "false");
+            for (const char* name :
+                 {"timeUtc", "scn", "errMsg", "lastLogNum", "maxLogRecId", "maxLogStamp"}) {
+                element.SetAttribute(name, "");
+            }
+            element.SetAttribute("BackupWithBackupState", "true");
+            element.InsertEndChild(TiXmlElement("pdbs"));
+            element.InsertEndChild(TiXmlElement("archived_logs"));
+            root.InsertEndChild(element);
+        }
+    }
+    TiXmlPrinter printer;
+    printer.SetStreamPrinting();
+    root.Accept(&printer);
+    return printer.Str();
+}
+
+std::string document_of_meta(const std::string& meta_xml) {
+    TiXmlDocument document;
+    document.Parse(meta_xml.c_str(), nullptr, TIXML_ENCODING_UTF8);
+    const TiXmlElement* const root = document.RootElement();
+    const auto content = !document.Error() && root && root->ValueStr() == "restore"
+                             ? from_base64(text_of(*root, "dbPrepareXml"))
+                             : std::nullopt;
+    if (!content) {
+        throw std::runtime_error("this is no meta file");
+    }
+    return ansi_to_utf8(*content);
 }
 
 std::vector<std::string> find_gaps(std::vector<staged_log_t> logs) {

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "host/hints.h"
 #include "host/log_watch.h"
 #include "host/system.h"
 #include "host/text.h"
@@ -58,6 +59,7 @@ void print_failure(std::ostream& stream, const std::string& text, bool trace) {
     for (const std::string& line : failure_lines(text, trace)) {
         stream << "oralib-host: " << line << "\n";
     }
+    print_hints(stream, text, "oralib-host: ");
 }
 
 }  // namespace host

@@ -15,7 +15,9 @@ namespace host {
 std::vector<command_t> explore_commands();
 std::vector<command_t> simple_commands();
 std::vector<command_t> backup_commands();
+std::vector<command_t> job_commands();
 std::vector<command_t> logs_commands();
+std::vector<command_t> demo_commands();
 std::vector<command_t> sandbox_commands();
 
 /// The directory of --sandbox, else of ORALIB_SANDBOX; empty where there is none.

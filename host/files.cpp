@@ -5,6 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "host/system.h"
+
 namespace host {
 
 namespace fs = std::filesystem;
@@ -40,6 +42,7 @@ void write_whole(const std::string& file, const std::string& text) {
             throw std::runtime_error("cannot write " + half.u8string());
         }
     }
+    flush_to_disk(half);
     fs::rename(half, target, error);
     if (error) {
         throw std::runtime_error("cannot write " + file + ": " + error.message());

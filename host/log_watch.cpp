@@ -96,9 +96,10 @@ std::string log_watch_t::written_since() const {
     return text;
 }
 
-std::vector<std::string> trouble_of_finish(const std::string& log, const std::string& sid) {
+finish_log_t read_finish_log(const std::string& log, const std::string& sid) {
     const std::string begin = "Finish db backup. Sid: " + sid + ", ";
     const std::string end = "Failed to finish db backup. Sid: " + sid;
+    finish_log_t result;
     trouble_t trouble;
     bool inside = false;
     for (const std::string& raw : split_lines(log)) {
@@ -111,17 +112,12 @@ std::vector<std::string> trouble_of_finish(const std::string& log, const std::st
         }
         if (inside || line.text.rfind(end, 0) == 0) {
             trouble.take(line);
+            result.backup_was_ended = result.backup_was_ended ||
+                                      line.text.find("ALTER DATABASE END BACKUP") != line.text.npos;
         }
     }
-    return trouble.lines;
-}
-
-std::vector<std::string> all_failures(const std::string& log) {
-    trouble_t trouble;
-    for (const std::string& raw : split_lines(log)) {
-        trouble.take(read_line(raw));
-    }
-    return trouble.lines;
+    result.trouble = trouble.lines;
+    return result;
 }
 
 }  // namespace host

@@ -27,9 +27,11 @@ class log_watch_t {
 /// common application data folder.
 std::string log_name(const arguments_t& arguments);
 
-/// The texts of warnings and errors on the way of finishing one database; empty if all went well.
-std::vector<std::string> trouble_of_finish(const std::string& log, const std::string& sid);
-/// The texts of all errors and warnings that speak of a failure.
-std::vector<std::string> all_failures(const std::string& log);
+/// What the log tells of finishing one database, on a live machine or after a restore.
+struct finish_log_t {
+    std::vector<std::string> trouble;  ///< the texts of warnings and errors, line by line
+    bool backup_was_ended = false;     ///< it was tried, at least
+};
+finish_log_t read_finish_log(const std::string& log, const std::string& sid);
 
 }  // namespace host

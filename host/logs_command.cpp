@@ -1,6 +1,5 @@
 // logs ..., retention: archived logs, staged and deleted.
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 
 #include "host/backup_document.h"
@@ -9,6 +8,7 @@
 #include "host/files.h"
 #include "host/logon.h"
 #include "host/progress.h"
+#include "host/quantity.h"
 #include "host/system.h"
 #include "host/table.h"
 #include "host/text.h"
@@ -79,6 +79,14 @@ exit_code list(const arguments_t& arguments) {
     return show_list(arguments, open_module(arguments)->list_logs());
 }
 
+exit_code save(const arguments_t& arguments) {
+    const std::string list = open_module(arguments)->list_logs();
+    write_whole(arguments.operands[0], list);
+    std::cout << "Wrote the list of " << read_log_list(list).size() << " logs to "
+              << arguments.operands[0] << ".\n";
+    return all_well;
+}
+
 exit_code remove(const arguments_t& arguments) {
     const std::string text = read_text(arguments.operands[0]);
     const std::size_t count = read_log_list(text).size();
@@ -112,43 +120,12 @@ exit_code verify(const arguments_t& arguments) {
     return findings.empty() ? all_well : some_left_out;
 }
 
-// "90m", "12h", "2d": minutes.
-std::int32_t read_age(const std::string& text) {
-    char* unit = nullptr;
-    const unsigned long number = std::strtoul(text.c_str(), &unit, 10);
-    const std::string rest = unit;
-    const unsigned long factor = rest == "m" ? 1 : rest == "h" ? 60 : rest == "d" ? 1440 : 0;
-    if (text.empty() || text[0] < '0' || text[0] > '9' || factor == 0 ||
-        number > 2000000000UL / factor) {
-        throw usage_error_t("'" + text + "' is no age: 90m, 12h or 2d");
-    }
-    return static_cast<std::int32_t>(number * factor);
-}
-
-// "500MiB", "20GiB", or bytes.
-std::int64_t read_size(const std::string& text) {
-    char* unit = nullptr;
-    const unsigned long long number = std::strtoull(text.c_str(), &unit, 10);
-    const std::string rest = unit;
-    const int shift = rest.empty()    ? 0
-                      : rest == "KiB" ? 10
-                      : rest == "MiB" ? 20
-                      : rest == "GiB" ? 30
-                      : rest == "TiB" ? 40
-                                      : -1;
-    if (text.empty() || text[0] < '0' || text[0] > '9' || shift < 0 ||
-        number > (1ULL << 62 >> shift)) {
-        throw usage_error_t("'" + text + "' is no size: 20GiB, 500MiB, or a number of bytes");
-    }
-    return static_cast<std::int64_t>(number << shift);
-}
-
 exit_code retention(const arguments_t& arguments) {
     const bool by_age = arguments.has("--older-than");
     if (by_age == arguments.has("--keep")) {
         throw usage_error_t("'retention' needs one of --older-than and --keep");
     }
-    const std::int32_t minutes = by_age ? read_age(arguments.get("--older-than")) : 0;
+    const std::int32_t minutes = by_age ? read_time(arguments.get("--older-than")) / 60 : 0;
     const std::int64_t limit = by_age ? 0 : read_size(arguments.get("--keep"));
     const std::string& sid = arguments.operands[0];
     if (!arguments.has("--confirm")) {
@@ -194,6 +171,7 @@ std::vector<command_t> logs_commands() {
                      xml}),
          backup},
         {"logs list", {}, "Show the logs in the staging folder", "", {xml}, list},
+        {"logs save", {"FILE"}, "Write the list document of the staged logs", "", {}, save},
         {"logs remove",
          {"FILE"},
          "Remove the logs of a list document from the staging folder",

@@ -9,8 +9,9 @@ namespace {
 std::vector<host::command_t> all_commands() {
     std::vector<host::command_t> all;
     for (const auto& commands :
-         {host::explore_commands(), host::backup_commands(), host::logs_commands(),
-          host::simple_commands(), host::sandbox_commands()}) {
+         {host::demo_commands(), host::explore_commands(), host::backup_commands(),
+          host::job_commands(), host::logs_commands(), host::simple_commands(),
+          host::sandbox_commands()}) {
         all.insert(all.end(), commands.begin(), commands.end());
     }
     return all;

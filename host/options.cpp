@@ -98,7 +98,10 @@ void check(const command_t& command, const arguments_t& arguments) {
         throw usage_error_t("'" + command.name + "' needs " +
                             command.operands[arguments.operands.size()]);
     }
-    if (arguments.operands.size() > command.operands.size()) {
+    const bool takes_more =
+        !command.operands.empty() && command.operands.back().size() > 3 &&
+        command.operands.back().compare(command.operands.back().size() - 3, 3, "...") == 0;
+    if (!takes_more && arguments.operands.size() > command.operands.size()) {
         throw usage_error_t("'" + command.name + "' does not know what to do with '" +
                             arguments.operands[command.operands.size()] + "'");
     }
@@ -198,7 +201,8 @@ std::string help_on(const std::vector<command_t>& commands, const std::string& t
                  {"2", "wrong usage"},
                  {"3", "explore: some databases could not be read; prepare: are not protected"},
                  {"4", "asm: there is no ASM instance"},
-                 {"5", "finish: a database may still be in backup mode, or down"}});
+                 {"5", "finish, job, recover: a database may still be in backup mode, or down"},
+                 {"6", "job: the command took too long"}});
     return text;
 }
 

@@ -15,7 +15,8 @@ enum exit_code {
     wrong_usage = 2,
     some_left_out = 3,  ///< databases that could not be read, or are not protected
     no_asm = 4,
-    in_backup_mode = 5  ///< a database may still be in backup mode, or down
+    in_backup_mode = 5,  ///< a database may still be in backup mode, or down
+    timed_out = 6        ///< the command of a job
 };
 
 class usage_error_t : public std::runtime_error {
@@ -39,8 +40,9 @@ struct arguments_t {
 };
 
 struct command_t {
-    std::string name;                   ///< "logs folder"
-    std::vector<std::string> operands;  ///< the names of all; those in brackets may be absent
+    std::string name;  ///< "logs folder"
+    /// The names of all; those in brackets may be absent, and "NAME..." stands for one or more.
+    std::vector<std::string> operands;
     std::string summary;
     std::string help;  ///< more of it, lines; may be empty
     std::vector<option_t> options;

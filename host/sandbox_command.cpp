@@ -120,6 +120,22 @@ exit_code set(const arguments_t& arguments) {
     return all_well;
 }
 
+exit_code snapshot(const arguments_t& arguments) {
+    const fs::path server = existing_sandbox(arguments.operands[0]);
+    const std::string& image = arguments.operands[1];
+    sandbox::take_snapshot(server, fs::u8path(image));
+    std::cout << "The image is in " << image << ".\n";
+    return all_well;
+}
+
+exit_code boot(const arguments_t& arguments) {
+    const fs::path image = existing_sandbox(arguments.operands[0]);
+    sandbox::boot(image);
+    std::cout << "Another machine, from the image in " << arguments.operands[0] << ".\n";
+    print_instances(image);
+    return all_well;
+}
+
 }  // namespace
 
 std::vector<command_t> sandbox_commands() {
@@ -131,6 +147,18 @@ std::vector<command_t> sandbox_commands() {
         {"sandbox start", instance, "Bring an instance up", "", {}, start},
         {"sandbox hang", instance, "Let an instance hang at each logon", "", {}, hang},
         {"sandbox unhang", instance, "Let it answer again", "Clears all its faults.\n", {}, unhang},
+        {"sandbox snapshot",
+         {"DIR", "IMAGE"},
+         "Take a snapshot of the server's disks",
+         "IMAGE is a folder, which must not exist.\n",
+         {},
+         snapshot},
+        {"sandbox boot",
+         {"IMAGE"},
+         "Start another machine from a snapshot",
+         "Its instances were lost where they stood; their services bring them up.\n",
+         {},
+         boot},
         {"sandbox set",
          {"DIR", "NAME", "VALUE"},
          "Set one of the module's settings",

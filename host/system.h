@@ -25,6 +25,12 @@ extern const char* const hint_without_sandbox;
 /// The words of the command line behind the program's name, UTF-8.
 std::vector<std::string> command_line_words(int count, char** words);
 
+/// A text in the code page in which the module keeps files.
+std::string ansi_to_utf8(const std::string& text);
+
+/// What the file holds is on the disk afterwards, as far as the system can tell.
+void flush_to_disk(const std::filesystem::path& file);
+
 /// Lets UTF-8 on the standard streams come out right while it lives.
 class utf8_output_t {
   public:

@@ -39,6 +39,29 @@ std::vector<std::string> command_line_words(int count, char** words) {
     return {words + (count > 0 ? 1 : 0), words + count};
 }
 
+// A sandbox's machine has Windows 1252, which is Latin-1 where names of databases are concerned.
+std::string ansi_to_utf8(const std::string& text) {
+    std::string utf8;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            utf8 += c;
+        } else {
+            utf8 += static_cast<char>(0xC0 | byte >> 6);
+            utf8 += static_cast<char>(0x80 | (byte & 0x3F));
+        }
+    }
+    return utf8;
+}
+
+void flush_to_disk(const std::filesystem::path& file) {
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        fsync(descriptor);
+        close(descriptor);
+    }
+}
+
 utf8_output_t::utf8_output_t() : m_before(0) {}
 utf8_output_t::~utf8_output_t() = default;
 

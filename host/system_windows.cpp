@@ -55,6 +55,23 @@ std::vector<std::string> command_line_words(int, char**) {
     return result;
 }
 
+std::string ansi_to_utf8(const std::string& text) {
+    std::wstring wide(text.size(), L'\0');
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(),
+                            static_cast<int>(wide.size()))));
+    return to_utf8(wide.data(), static_cast<int>(wide.size()));
+}
+
+void flush_to_disk(const std::filesystem::path& file) {
+    const HANDLE handle = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+    if (handle != INVALID_HANDLE_VALUE) {
+        FlushFileBuffers(handle);
+        CloseHandle(handle);
+    }
+}
+
 // A console's; streams that are redirected are not touched by it.
 utf8_output_t::utf8_output_t() : m_before(GetConsoleOutputCP()) {
     SetConsoleOutputCP(CP_UTF8);

@@ -35,6 +35,9 @@ void sleep_microseconds(long microseconds);
 /// Blocks in a call of the system, for ever, holding nothing.
 [[noreturn]] void sleep_forever();
 
+/// Ends the process as a crash would: nothing is tidied up.
+[[noreturn]] void end_process();
+
 /// A shared library, loaded for the object's lifetime. Failures are std::runtime_error.
 class library_t {
   public:

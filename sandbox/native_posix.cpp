@@ -81,6 +81,10 @@ void sleep_forever() {
     }
 }
 
+void end_process() {
+    _exit(1);
+}
+
 library_t::library_t(const std::filesystem::path& file)
     : m_library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
     if (!m_library) {

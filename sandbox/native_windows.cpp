@@ -207,6 +207,11 @@ void sleep_forever() {
     }
 }
 
+void end_process() {
+    TerminateProcess(GetCurrentProcess(), 1);
+    sleep_forever();
+}
+
 library_t::library_t(const std::filesystem::path& file) : m_library(LoadLibraryW(file.c_str())) {
     if (!m_library) {
         throw failure(file.u8string(), GetLastError());

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <stdexcept>
 
 #include "sandbox/database.h"
+#include "sandbox/native.h"
 #include "sandbox/paths.h"
 
 namespace sandbox {
@@ -59,6 +61,23 @@ std::string detail_of(const database_t& database, bool is_asm) {
     return faults.empty() ? detail : detail + "; faults: " + faults;
 }
 
+// Where the drives are the machine's own, what a snapshot would have caught of them lies here.
+const char* const image_drive = "image/c";
+
+bool has_own_drives(const fs::path& sandbox) {
+    return drive_folder(sandbox, 'c').u8string().rfind(sandbox.u8string(), 0) == 0;
+}
+
+void copy_folders(const fs::path& from, const fs::path& to) {
+    for (const char* folder : {"oradata", "ProgramData/Tarny/Backup"}) {
+        if (fs::exists(from / folder)) {
+            fs::create_directories(to / folder);
+            fs::copy(from / folder, to / folder,
+                     fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<std::string> list_sids(const fs::path& sandbox) {
@@ -88,22 +107,32 @@ void set_state(const fs::path& sandbox, const std::string& sid, state_t state) {
     transaction.commit();
 }
 
+void take_snapshot(const fs::path& sandbox, const fs::path& image) {
+    if (fs::exists(image)) {
+        throw std::runtime_error(image.u8string() + " exists");
+    }
+    fs::create_directories(image);
+    fs::copy(sandbox, image, fs::copy_options::recursive);
+    if (!has_own_drives(sandbox)) {
+        copy_folders(drive_folder(sandbox, 'c'), image / image_drive);
+    }
+}
+
 void boot(const fs::path& sandbox) {
+    if (!has_own_drives(sandbox)) {
+        copy_folders(sandbox / image_drive, drive_folder(sandbox, 'c'));
+    }
     for (const std::string& sid : list_sids(sandbox)) {
         database_t database = open_instance(sandbox, sid);
         const bool is_asm = value_of(database, "SELECT kind FROM sandbox_instance") == "ASM";
-        const bool was_up = read_state(database) != state_t::down;
+        const state_t before = read_state(database);
         const bool in_backup = value_of(database,
                                         "SELECT COUNT(*) FROM sandbox_datafile WHERE "
                                         "backup_change IS NOT NULL") != "0";
         set_state(sandbox, sid, state_t::down);
-        if (was_up) {
-            // Files in backup mode keep a database from being opened.
-            set_state(sandbox, sid,
-                      is_asm      ? state_t::started
-                      : in_backup ? state_t::mounted
-                                  : state_t::open);
-        }
+        // Files in backup mode keep a database from being opened.
+        set_state(sandbox, sid,
+                  before == state_t::open && in_backup && !is_asm ? state_t::mounted : before);
     }
 }
 

@@ -17,6 +17,9 @@ state_t get_state(const std::filesystem::path& sandbox, const std::string& sid);
 /// Puts an instance into a state as if the operator had done it, by no rules.
 void set_state(const std::filesystem::path& sandbox, const std::string& sid, state_t state);
 
+/// Copies the machine's disks to the folder `image`, which must not exist.
+void take_snapshot(const std::filesystem::path& sandbox, const std::filesystem::path& image);
+
 /// What a restored image does when its machine starts: each instance was lost where it stood, and
 /// the services with autostart bring theirs up, as far as Oracle lets them.
 void boot(const std::filesystem::path& sandbox);

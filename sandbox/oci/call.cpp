@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 
 #include "sandbox/faults.h"
 #include "sandbox/journal.h"
@@ -69,6 +70,14 @@ void set_error(OCIError* error, const ora_error_t& failure) {
     if (error) {
         error->code = failure.code;
         error->text = failure.text;
+    }
+}
+
+void end_if_due() {
+    static const long end_at = std::atol(environment("ORALIB_OCI_END_AT").c_str());
+    static std::atomic<long> calls{0};
+    if (end_at > 0 && ++calls == end_at) {
+        end_process();
     }
 }
 

@@ -21,6 +21,9 @@ void note_call(const OCIEnv& env, const char* entry, sword status, int code,
                const std::string& detail);
 void note_leak(const OCIEnv& env, const std::string& handles);
 
+/// Ends the process where this is the call that ORALIB_OCI_END_AT says, counted from 1.
+void end_if_due();
+
 /// Adds up the time spent inside the client; write_times puts it where ORALIB_OCI_TIMES says.
 void add_time(std::chrono::steady_clock::time_point since);
 void write_times();
@@ -32,6 +35,7 @@ void set_error(OCIError* error, const ora_error_t& failure);
 template <typename Body>
 sword serve(const char* entry, cost price, std::initializer_list<handle_t*> handles,
             OCIError* error, const std::string& detail, const Body& body) {
+    end_if_due();
     const auto start = std::chrono::steady_clock::now();
     OCIEnv* env = nullptr;
     bool valid = true;

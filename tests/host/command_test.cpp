@@ -114,9 +114,11 @@ TEST_F(HostCommand, AFailureGoesToStandardErrorWithTheLinesForPeopleFirst) {
     const outcome_t plain = host("explore --xml", "CANNED=explore");
     EXPECT_EQ(plain.code, 1);
     EXPECT_EQ(plain.out, "");
-    EXPECT_EQ(plain.err, people);
+    const std::string hint =
+        "oralib-host: hint, ORA-12560: the instance's Windows service does not run\n";
+    EXPECT_EQ(plain.err, people + hint);
     EXPECT_EQ(host("--trace explore", "CANNED=explore").err,
-              people + "oralib-host: --tr:first step\noralib-host: --tr:second step\n");
+              people + "oralib-host: --tr:first step\noralib-host: --tr:second step\n" + hint);
     const std::string no_log = host("asm", "CANNED=init").err;
     EXPECT_EQ(no_log.rfind("oralib-host: no log\n", 0), 0u) << no_log;
     EXPECT_EQ(no_log.find("oralib-host: Outside Windows ") != std::string::npos,

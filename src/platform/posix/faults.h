@@ -1,5 +1,6 @@
 // Failing calls of this layer on purpose, and counting what it has open. Also armed by the
 // environment variable ORALIB_PLATFORM_FAULT="Function:nth:code", read when the module is loaded.
+// ORALIB_PLATFORM_END_AT=N ends the process at its Nth call into the layer.
 #pragma once
 
 #include <map>

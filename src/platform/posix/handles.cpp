@@ -1,8 +1,9 @@
 #include "platform/posix/handles.h"
 
 #include <stdlib.h>
-#include <atomic>
+#include <unistd.h>
 
+#include <atomic>
 #include <fstream>
 
 #include "platform/posix/faults.h"
@@ -26,6 +27,7 @@ struct layer_state {
     std::map<std::string, fault, std::less<>> faults;
     std::map<std::string, unsigned, std::less<>> calls;
     bool fault_from_environment = false;
+    unsigned long calls_to_the_end = 0;  // 0: there is none
 
     layer_state();
     ~layer_state();
@@ -38,6 +40,10 @@ std::atomic<bool> g_watching{false};
 __attribute__((init_priority(102))) layer_state g_layer;
 
 layer_state::layer_state() {
+    if (const char* end_at = getenv("ORALIB_PLATFORM_END_AT")) {
+        calls_to_the_end = strtoul(end_at, nullptr, 10);
+        g_watching = true;
+    }
     const char* setting = getenv("ORALIB_PLATFORM_FAULT");
     const std::string text = setting ? setting : "";
     const std::size_t first = text.find(':');
@@ -116,6 +122,7 @@ std::vector<int> inheritable_descriptors() {
 bool failing(const char* function) {
     if (!g_watching.load(std::memory_order_relaxed)) return false;
     const layer_lock lock(g_layer.mutex);
+    if (g_layer.calls_to_the_end > 0 && --g_layer.calls_to_the_end == 0) _exit(1);
     auto call = g_layer.calls.find(function);
     if (call == g_layer.calls.end()) call = g_layer.calls.emplace(function, 0).first;
     ++call->second;

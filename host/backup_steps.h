@@ -1,0 +1,32 @@
+// Preparing and finishing as commands do them: the document in safety first, verdicts on the screen
+// afterwards.
+#pragma once
+
+#include <string>
+
+#include "host/commands.h"
+
+namespace host {
+
+/// Prepares all databases. Before anything is changed, `file` holds what might have to be undone,
+/// by what exploring shows; afterwards the prepare document. Throws std::runtime_error, also where
+/// `file` has content already.
+exit_code prepare_into(const std::string& file, module_t& module, const arguments_t& arguments,
+                       const logon_t& logon);
+
+/// Finishes by a prepare document. Throws std::runtime_error.
+exit_code finish_by(const std::string& document, module_t& module, const arguments_t& arguments,
+                    const logon_t& logon);
+
+/// Takes a document that has served out of the way: it becomes FILE.done.
+void put_away(const std::string& file);
+
+/// The prepare document inside the module's meta file; empty where there is none, or none that is
+/// whole.
+std::string read_meta_document(module_t& module);
+
+/// The words that name the sandbox, if there is one, so that a command that is shown can be run as
+/// it stands.
+std::string sandbox_words(const arguments_t& arguments);
+
+}  // namespace host
