@@ -68,12 +68,25 @@ bool has_own_drives(const fs::path& sandbox) {
     return drive_folder(sandbox, 'c').u8string().rfind(sandbox.u8string(), 0) == 0;
 }
 
+// Not by fs::copy, which takes every two files for the same where the file system has no numbers
+// for them.
+void copy_tree(const fs::path& from, const fs::path& to) {
+    fs::create_directories(to);
+    for (const auto& entry : fs::recursive_directory_iterator(from)) {
+        const fs::path target = to / entry.path().lexically_relative(from);
+        if (entry.is_directory()) {
+            fs::create_directories(target);
+        } else {
+            fs::remove(target);
+            fs::copy_file(entry.path(), target);
+        }
+    }
+}
+
 void copy_folders(const fs::path& from, const fs::path& to) {
     for (const char* folder : {"oradata", "ProgramData/Tarny/Backup"}) {
         if (fs::exists(from / folder)) {
-            fs::create_directories(to / folder);
-            fs::copy(from / folder, to / folder,
-                     fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+            copy_tree(from / folder, to / folder);
         }
     }
 }
@@ -111,8 +124,7 @@ void take_snapshot(const fs::path& sandbox, const fs::path& image) {
     if (fs::exists(image)) {
         throw std::runtime_error(image.u8string() + " exists");
     }
-    fs::create_directories(image);
-    fs::copy(sandbox, image, fs::copy_options::recursive);
+    copy_tree(sandbox, image);
     if (!has_own_drives(sandbox)) {
         copy_folders(drive_folder(sandbox, 'c'), image / image_drive);
     }

@@ -33,15 +33,18 @@ struct outcome_t {
 
 /// Standard input is empty. Line ends are given as \n.
 inline outcome_t run(const folder_t& folder, const std::string& command) {
-    const std::string files =
-        " < " NULL_DEVICE " > " + (folder / "out") + " 2> " + (folder / "err");
-    const int code = run_command(command + files);
-    const auto read = [&](const char* name) {
+    // New files each time: Wine may still hold those of a process that has just ended.
+    static int count = 0;
+    const std::string out = "out" + std::to_string(++count);
+    const std::string err = "err" + std::to_string(count);
+    const int code = run_command(command + " < " NULL_DEVICE " > " + (folder / out) + " 2> " +
+                                 (folder / err));
+    const auto read = [&](const std::string& name) {
         std::string text = folder.read(name);
         text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
         return text;
     };
-    return {code, read("out"), read("err")};
+    return {code, read(out), read(err)};
 }
 
 /// One word for the shell. It may end in a backslash.
