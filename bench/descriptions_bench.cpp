@@ -20,31 +20,32 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int descriptions = 10000;
-constexpr int rounds = 15;
+constexpr int rounds = 9;
 
-void make_descriptions() {
-    specific::oracle::arch_logs_t logs;
-    for (int n = 0; n < descriptions; ++n) {
-        const auto log = boost::make_shared<specific::oracle::SArchLogInfo>();
-        log->logPath = L"C:\\staging\\" + win::make_guid_text();
-        log->xmlLogPath = log->logPath + L".xml";
-        log->size = L"134217728";
-        log->firstChange = std::to_wstring(2000000L + n * 1000L);
-        log->nextChange = std::to_wstring(2001000L + n * 1000L);
-        log->firstTimeUtc = L"2026/11/22 20:45:00";
-        log->nextTimeUtc = L"2026/11/22 20:46:00";
-        log->sid = L"ORCL";
-        log->homePath = L"C:\\app\\oracle\\product\\19.0.0\\dbhome_1";
-        log->seqNum = std::to_wstring(n);
-        log->recId = std::to_wstring(n);
-        log->stamp = L"1250050126";
-        log->resetlogsChange = L"1920977";
-        log->dbId = L"1234567890";
-        log->creationUsn = L"usn";
-        log->isLogCopied = true;
-        logs.push_back(log);
+// One that the library wrote, and its like under other names.
+void make_descriptions(const fs::path& folder) {
+    const auto log = boost::make_shared<specific::oracle::SArchLogInfo>();
+    log->logPath = L"C:\\staging\\" + win::make_guid_text();
+    log->xmlLogPath = log->logPath + L".xml";
+    log->size = L"134217728";
+    log->firstChange = L"2012507";
+    log->nextChange = L"2013507";
+    log->firstTimeUtc = L"2026/11/22 20:45:00";
+    log->nextTimeUtc = L"2026/11/22 20:46:00";
+    log->sid = L"ORCL";
+    log->homePath = L"C:\\app\\oracle\\product\\19.0.0\\dbhome_1";
+    log->seqNum = L"12";
+    log->recId = L"13";
+    log->stamp = L"1250050126";
+    log->resetlogsChange = L"1920977";
+    log->dbId = L"1234567890";
+    log->creationUsn = L"usn";
+    log->isLogCopied = true;
+    specific::oracle::SaveLogDescriptions({log}, L"2026-11-22T20:50:00");
+    const fs::path first = fs::directory_iterator(folder)->path();
+    for (int n = 1; n < descriptions; ++n) {
+        fs::copy_file(first, folder / (util::to_ansi(win::make_guid_text()) + ".xml"));
     }
-    specific::oracle::SaveLogDescriptions(logs, L"2026-11-22T20:50:00");
 }
 
 template <typename Use>
@@ -65,7 +66,7 @@ int main() {
     const bench::machine_t machine;
     const fs::path folder = machine.drive() / "staging";
     fs::create_directories(folder);
-    make_descriptions();
+    make_descriptions(folder);
     logging::g_oralib_log.log()->install(win::open_log_file(L"C:\\bench.log"));
 
     std::size_t listed = 0;

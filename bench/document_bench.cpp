@@ -20,7 +20,7 @@ using specific::oracle::CDbsBackupXml;
 
 constexpr int databases = 8;
 constexpr int logs_of_each = 6200;
-constexpr int rounds = 21;
+constexpr int rounds = 11;
 
 boost::shared_ptr<CDbsBackupXml::SDbPrepareInfo> make_database(int number) {
     const auto info = boost::make_shared<CDbsBackupXml::SDbPrepareInfo>();

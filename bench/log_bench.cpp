@@ -21,7 +21,7 @@ namespace {
 
 // All lines together stay below the size at which the log is archived.
 constexpr int lines = 1000;
-constexpr int rounds = 51;
+constexpr int rounds = 25;
 
 const std::string text =
     "Found oracle instance: ORCL. Is ASM: false, is autostart: true, in a line of usual length";

@@ -20,9 +20,9 @@ namespace bench {
 /// A temporary folder that the library takes for its machine; removed with the object.
 class machine_t {
   public:
-    machine_t() {
-        std::string name =
-            (std::filesystem::temp_directory_path() / "oralib-bench-XXXXXX").string();
+    explicit machine_t(
+        const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+        std::string name = (parent / "oralib-bench-XXXXXX").string();
         folder = mkdtemp(name.data());
         std::filesystem::create_directories(drive());
         setenv("ORALIB_SANDBOX", folder.c_str(), 1);
@@ -49,18 +49,20 @@ inline double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// Each way gives the seconds of one round, what it prepares left out. The first round of each is
-/// not counted. Prints and returns the median of ours / peer.
+/// Each way gives the seconds of one run, what it prepares left out. A round is ours, the peer, the
+/// peer, ours, so that neither profits from what the other left behind. One run of each before is
+/// not counted. Prints the median of ours / peer.
 template <typename Ours, typename Peer>
-double compare(const char* what, double aim, int rounds, const Ours& ours, const Peer& peer) {
+void compare(const char* what, double aim, int rounds, const Ours& ours, const Peer& peer) {
     std::vector<double> ratios;
     ours();
     peer();
     for (int round = 0; round < rounds; ++round) {
-        const bool ours_first = round % 2 == 0;
-        const double first = ours_first ? ours() : peer();
-        const double second = ours_first ? peer() : ours();
-        ratios.push_back(ours_first ? first / second : second / first);
+        double ours_seconds = ours();
+        double peer_seconds = peer();
+        peer_seconds += peer();
+        ours_seconds += ours();
+        ratios.push_back(ours_seconds / peer_seconds);
     }
     std::sort(ratios.begin(), ratios.end());
     const double middle = median(ratios);
@@ -68,7 +70,6 @@ double compare(const char* what, double aim, int rounds, const Ours& ours, const
                 ratios[ratios.size() / 4], ratios[ratios.size() * 3 / 4], aim,
                 middle <= aim ? "met" : "missed");
     std::fflush(stdout);
-    return middle;
 }
 
 /// A program on the PATH; ends the benchmark where it fails.

@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint64_t log_size = 1024 * 1024 * 1024;
-constexpr int rounds = 9;
+constexpr int rounds = 5;
 const std::string home_path = "C:\\app\\oracle";
 const std::string log_path = "C:\\oradata\\ORCL\\archive\\ARC1";
 

@@ -1,6 +1,7 @@
 // logs ..., retention: archived logs, staged and deleted.
 #include <algorithm>
 #include <iostream>
+#include <set>
 
 #include "host/backup_document.h"
 #include "host/commands.h"
@@ -120,6 +121,27 @@ exit_code verify(const arguments_t& arguments) {
     return findings.empty() ? all_well : some_left_out;
 }
 
+// The newest are told by their sequence numbers, which begin anew with each incarnation. Which ones
+// there are, only the descriptions of staged logs tell without touching the database.
+std::string incarnation_warning(module_t& module, const std::string& sid) {
+    std::set<std::string> incarnations;
+    for (const staged_log_t& log : read_log_list(module.list_logs())) {
+        if (log.sid == sid) {
+            incarnations.insert(log.resetlogs);
+        }
+    }
+    if (incarnations.size() == 1) {
+        return "";
+    }
+    return incarnations.empty()
+               ? "The newest are told by their sequence numbers alone: after a RESETLOGS look at\n"
+                 "V$ARCHIVED_LOG first whether logs of an older incarnation are left.\n"
+               : "WARNING: logs of " + std::to_string(incarnations.size()) +
+                     " incarnations are known. The newest are told by their sequence numbers\n"
+                     "alone, so that new logs of the younger one may go before old ones of the "
+                     "elder.\n";
+}
+
 exit_code retention(const arguments_t& arguments) {
     const bool by_age = arguments.has("--older-than");
     if (by_age == arguments.has("--keep")) {
@@ -135,10 +157,7 @@ exit_code retention(const arguments_t& arguments) {
                              : "all archived logs but the newest " +
                                    to_human_size(static_cast<std::uint64_t>(limit)))
                   << ",\nfrom its destination and its catalogue.\n"
-                  << (by_age ? ""
-                             : "The newest are told by their sequence number alone: where logs of "
-                               "more than one\nincarnation or thread are left, that order mixes "
-                               "them.\n")
+                  << (by_age ? "" : incarnation_warning(*open_module(arguments), sid))
                   << "Nothing was deleted. Add --confirm to do it.\n";
         return all_well;
     }
