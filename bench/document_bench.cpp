@@ -19,7 +19,7 @@ namespace {
 using specific::oracle::CDbsBackupXml;
 
 constexpr int databases = 8;
-constexpr int logs_of_each = 6200;
+constexpr int logs_of_each = 7600;
 constexpr int rounds = 11;
 
 boost::shared_ptr<CDbsBackupXml::SDbPrepareInfo> make_database(int number) {

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int databases = 8;
-constexpr int rounds = 9;
+constexpr int rounds = 15;
 constexpr int round_trip_us = 200;
 // The databases' stand-ins make and remove files all the time; ext4 then is slow to make others,
 // for seconds, and the library would be blamed for it.
@@ -103,8 +103,10 @@ void print_share() {
         shares.push_back(measure_job());
     }
     const double share = bench::median(shares) * 100;
-    std::printf("time outside the client: %.1f%% of a job on %d databases, aim 2.0%%: %s\n", share,
-                databases, share <= 2 ? "met" : "missed");
+    const double lowest = *std::min_element(shares.begin(), shares.end()) * 100;
+    std::printf(
+        "time outside the client: %.1f%% of a job on %d databases (lowest %.1f%%), aim 2.0%%: %s\n",
+        share, databases, lowest, share <= 2 ? "met" : "missed");
     unsetenv("ORALIB_JOURNAL");
     unsetenv("ORALIB_OCI_DELAY_US");
 }

@@ -9,6 +9,7 @@
 
 #include "host/system.h"
 #include "host/text.h"
+#include "host/xml.h"
 
 namespace host {
 
@@ -27,9 +28,9 @@ std::uint64_t number_of(const TiXmlElement& element, const char* name) {
 template <typename Take>
 void read_children(const std::string& xml, const char* root, const char* what, const Take& take) {
     TiXmlDocument document;
-    document.Parse(xml.c_str(), nullptr, TIXML_ENCODING_UTF8);
+    parse_xml(xml, what, document);
     const TiXmlElement* const element = document.RootElement();
-    if (document.Error() || !element || element->ValueStr() != root) {
+    if (element->ValueStr() != root) {
         throw std::runtime_error(std::string("this is no ") + what);
     }
     for (const TiXmlElement* child = element->FirstChildElement(); child;
@@ -146,11 +147,10 @@ std::string make_intent_document(const explore_document_t& explored) {
 
 std::string document_of_meta(const std::string& meta_xml) {
     TiXmlDocument document;
-    document.Parse(meta_xml.c_str(), nullptr, TIXML_ENCODING_UTF8);
+    parse_xml(meta_xml, "meta file", document);
     const TiXmlElement* const root = document.RootElement();
-    const auto content = !document.Error() && root && root->ValueStr() == "restore"
-                             ? from_base64(text_of(*root, "dbPrepareXml"))
-                             : std::nullopt;
+    const auto content =
+        root->ValueStr() == "restore" ? from_base64(text_of(*root, "dbPrepareXml")) : std::nullopt;
     if (!content) {
         throw std::runtime_error("this is no meta file");
     }

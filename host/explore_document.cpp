@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "host/xml.h"
+
 namespace host {
 
 namespace {
@@ -84,10 +86,10 @@ home_entry_t read_home(const TiXmlElement& element) {
 
 explore_document_t read_explore_document(const std::string& utf8) {
     TiXmlDocument xml;
-    xml.Parse(utf8.c_str(), nullptr, TIXML_ENCODING_UTF8);
+    parse_xml(utf8, "explore document", xml);
     const TiXmlElement* const root = xml.RootElement();
-    if (xml.Error() || !root || root->ValueStr() != "OracleOverall") {
-        throw std::runtime_error("the module returned something that is no explore document");
+    if (root->ValueStr() != "OracleOverall") {
+        throw std::runtime_error("this is no explore document");
     }
     explore_document_t document;
     document.server_name = text_of(*root, "serverName");

@@ -1,5 +1,7 @@
 #include "config/logon.h"
 
+#include <exception>
+
 #include "support/exc/exc.h"
 #include "support/text/base64.h"
 #include "support/text/convert.h"
@@ -34,10 +36,18 @@ void split_user_name(const std::wstring& name, std::wstring& domain, std::wstrin
     }
 }
 
+std::wstring widen_password(const std::string& password) {
+    try {
+        return util::from_ansi(password);
+    } catch (const std::exception&) {
+        throw exc::runtime_exc_t(std::string("A password does not fit the code page."));
+    }
+}
+
 void logon_user(const std::wstring& name, const std::wstring& encodedPassword,
                 CAccessToken& token) {
     const std::wstring password =
-        util::from_ansi(util::base64_decode(util::to_ansi(encodedPassword)));
+        widen_password(util::base64_decode(util::to_ansi(encodedPassword)));
     std::wstring domain;
     std::wstring user;
     bool is_upn = false;

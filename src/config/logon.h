@@ -25,6 +25,9 @@ class CAccessToken {
 void split_user_name(const std::wstring& name, std::wstring& domain, std::wstring& user,
                      bool& isUpn);
 
+/// The bytes of a password as text. A failure does not repeat them.
+std::wstring widen_password(const std::string& password);
+
 /// Logs an account on interactively. `encodedPassword` is base64. Throws win_sys_exc_t.
 void logon_user(const std::wstring& name, const std::wstring& encodedPassword, CAccessToken& token);
 

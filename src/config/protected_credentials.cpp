@@ -34,7 +34,7 @@ bool protect_credentials(const std::string&, const std::string&, std::string& te
 
 bool unprotect_credentials(const std::string& text, std::string& user, std::string& password) {
     try {
-        const xml_node_t document = util::xml_parse(util::base64_decode(text));
+        const xml_node_t document = util::xml_parse_secret(util::base64_decode(text));
         const xml_node_t root = util::xml_child(document, "root");
         const std::string u = util::xml_get_attribute(root, "u");
         const std::string p = util::xml_get_attribute(root, "p");

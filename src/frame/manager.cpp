@@ -132,6 +132,17 @@ void restore_by_meta(const std::wstring& path) {
     FinishDbs(document, credentials, true);
 }
 
+// The databases are changed by now: the host must get the document, whatever becomes of the file.
+bool find_backup_meta_path(std::wstring& path) {
+    try {
+        path = GetBackupMetaPath();
+        return true;
+    } catch (const std::exception& e) {
+        g_oralib_log.log_exception("Failed to save oracle backup meta", e);
+        return false;
+    }
+}
+
 }  // namespace
 
 COracleManager& COracleManager::instance() {
@@ -185,7 +196,10 @@ void COracleManager::PrepareDbsForBackup(std::wstring& result, const std::wstrin
                                          const std::wstring& osPassword) {
     try {
         result = PrepareDbs(configXml, credentials);
-        SaveBackupMeta(GetBackupMetaPath(), result, credentials, osUserName, osPassword);
+        std::wstring path;
+        if (find_backup_meta_path(path)) {
+            SaveBackupMeta(path, result, credentials, osUserName, osPassword);
+        }
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Oracle manager failed to prepare dbs for backup", e);
     }
@@ -267,7 +281,10 @@ void COracleManager::DoRestore() {
         log_scope_t scope(g_oralib_log, "Performing oracle db restore");
         const std::int32_t wait = COracleAgentConfig::instance().OracleRestoreWaitInSec();
         g_oralib_log.line("Waiting for %1 sec", util::to_string(wait));
-        Sleep(wait > 0 ? static_cast<DWORD>(wait) * 1000 : 0);
+        constexpr std::int32_t longest = 1000000;  // what Sleep takes in milliseconds is limited
+        for (std::int32_t left = wait; left > 0; left -= longest) {
+            Sleep(static_cast<DWORD>(std::min(left, longest)) * 1000);
+        }
         restore_by_meta(GetBackupMetaPath());
         scope.ok();
     } catch (const std::exception& e) {

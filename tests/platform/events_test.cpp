@@ -14,16 +14,14 @@ TEST(events_threads, manual_and_automatic) {
             EXPECT_TRUE(SetEvent(event));  // once is enough
             EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
             EXPECT_EQ(manual ? WAIT_OBJECT_0 : WAIT_TIMEOUT, WaitForSingleObject(event, 0));
-            EXPECT_TRUE(ResetEvent(event));
-            EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0));
             EXPECT_TRUE(CloseHandle(event));
         }
     }
 }
 
 TEST(events_threads, set_by_another_thread) {
-    const HANDLE there = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE back = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE there = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE back = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     int shared = 0;
     const auto thread = platform::start_thread([&] {
         WaitForSingleObject(there, INFINITE);

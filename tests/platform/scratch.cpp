@@ -39,6 +39,10 @@ std::wstring scratch_path(const std::wstring& name) {
     return folder + L"\\" + name;
 }
 
+void remove_scratch(const std::wstring& path) {
+    std::filesystem::remove(machine().find(std::string(path.begin(), path.end())));
+}
+
 HANDLE open_scratch(const std::wstring& path, DWORD access, DWORD share, DWORD disposition,
                     DWORD flags) {
     return CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);

@@ -16,6 +16,8 @@ bool is_wine();
 /// `name` in a folder of drive C: that goes with the machine.
 std::wstring scratch_path(const std::wstring& name);
 
+void remove_scratch(const std::wstring& path);
+
 HANDLE open_scratch(const std::wstring& path, DWORD access, DWORD share,
                     DWORD disposition = OPEN_ALWAYS, DWORD flags = FILE_ATTRIBUTE_NORMAL);
 

@@ -1,5 +1,6 @@
 // From prepare to restore: what the databases go through, and what stands in the documents.
 #include <algorithm>
+#include <chrono>
 
 #include "road/road.h"
 
@@ -238,8 +239,85 @@ TEST_F(Backup, DocumentsFromAHostileHand) {
           "<archived_logs/></database></databases>"}) {
         EXPECT_EQ(module.finish(document).code, ORALIB_FAILED) << document;
     }
+    // The parser would take hours over the one, and the stack for the other.
+    std::string wide = "<databases";
+    for (int i = 0; i < 100000; ++i) {
+        wide += " a" + std::to_string(i) + "=''";
+    }
+    std::string deep = "<databases>";
+    for (int i = 0; i < 100000; ++i) {
+        deep += "<a>";
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(module.finish(wide + "/>").code, ORALIB_FAILED);
+    EXPECT_EQ(module.finish(deep).code, ORALIB_FAILED);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
     EXPECT_TRUE(sandbox::executed_statements(folder).empty());
     expect_in_log("Failed to finish dbs backup");
+}
+
+// By then the databases are changed, and without the document nobody could change them back.
+TEST_F(Backup, TheDocumentComesEvenWhereNoMetaFileCanBeMade) {
+    add("ORCL");
+    server.set_registry(settings_key, "OracleTempLogPath", "C:\\file\\staging\\");
+    server.add_file("C:\\file");
+    expect_in_log("Failed to save oracle backup meta");
+    expect_in_log("Failed to archive logs all");
+    module_t module;
+    start(module);
+    const answer_t prepared = module.prepare();
+    ASSERT_EQ(prepared.code, ORALIB_OK) << prepared.error;
+    EXPECT_EQ(action(document_t(prepared.result), "ORCL"), "2");
+}
+
+TEST_F(Backup, AHomeThatNoDocumentCanHoldFailsBeforeAnythingIsChanged) {
+    add("ORCL");
+    sandbox::home_t home = home19();
+    home.path = "C:\\app\\\xd0\x96";
+    home.name = "Other";
+    server.add_home(home);
+    sandbox::instance_t made = instance("OTHER");
+    made.db_name = "OTHER";
+    server.add_instance(home, made);
+    expect_in_log("Failed to prepare dbs for backup");
+    expect_in_log("Unable to check if Oracle home is read only");
+    module_t module;
+    start(module);
+    EXPECT_EQ(module.prepare().code, ORALIB_FAILED);
+    EXPECT_EQ(changes("ORCL"), strings_t{});
+}
+
+TEST_F(Backup, NoPasswordInTheMetaFileNorInWhatIsSaidOfADamagedOne) {
+    add("ORCL");
+    module_t module;
+    start(module);
+    ASSERT_EQ(module.prepare("", "SYS", "oracle", "LAB\\keeper", distinctive_password).code,
+              ORALIB_OK);
+    // base64 of the password at each place in a group of three bytes, without its ends
+    const strings_t forms = {distinctive_password, "WnE3LVBhc3N3MHJkLVpxN", "pxNy1QYXNzdzByZC1acT",
+                             "acTctUGFzc3cwcmQtWnE3"};
+    const auto is_told = [&](const std::string& text) {
+        return std::any_of(forms.begin(), forms.end(), [&](const std::string& form) {
+            return text.find(form) != std::string::npos;
+        });
+    };
+    EXPECT_FALSE(is_told(read_file(meta_file())));
+    expect_in_log("Unable to deserialize protected credentials");
+    expect_in_log("Failed to archive logs all");
+    expect_in_log("Failed to get restore meta content");
+    expect_in_log("Failed to do oracle restore");
+    for (
+        const char* content :
+        // <root u="a2VlcGVy" p="WnE3LVBhc3N3MHJkLVpxNw==" and no more, as an account's form
+        {"<restore dbPrepareXml=\"\" os_conn=\"PHJvb3QgdT0iYTJWbGNHVnkiIHA9IlduRTNMVkJoYzNOM01ISmtM"
+         "VnB4Tnc9PSI=\"/>",
+         "<restore os_conn=\"WnE3LVBhc3N3MHJkLVpxNw==\""}) {
+        write_file(meta_file(), content);
+        const answer_t restored = module.restore();
+        EXPECT_EQ(restored.code, ORALIB_FAILED);
+        EXPECT_FALSE(is_told(restored.error));
+    }
+    EXPECT_FALSE(is_told(log()));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "config/agent_config.h"
+#include "config/logon.h"
 #include "config/protected_credentials.h"
 #include "platform/platform.h"
 #include "support/logging/scope.h"
@@ -35,6 +36,20 @@ bool read_protected(const xml_node_t& element, const char* name, std::string& us
            unprotect_credentials(text, user, password);
 }
 
+bool narrow_account(const std::wstring& wide_user, const std::wstring& wide_password,
+                    std::string& user, std::string& password) {
+    try {
+        if (!wide_user.empty()) {
+            user = util::to_ansi(wide_user);
+            password = util::to_ansi(wide_password);
+        }
+        return true;
+    } catch (const std::exception& e) {
+        g_oralib_log.log_exception("Unable to serialize protected credentials", e);
+        return false;
+    }
+}
+
 }  // namespace
 
 std::wstring GetBackupMetaPath() {
@@ -58,7 +73,11 @@ void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
         util::xml_set_attribute(root, "dbPrepareXml",
                                 util::base64_encode(narrow.data(), narrow.size()));
         add_protected(root, "conn", credentials.user, credentials.password);
-        add_protected(root, "os_conn", util::to_ansi(osUserName), util::to_ansi(osPassword));
+        std::string user;
+        std::string password;
+        if (narrow_account(osUserName, osPassword, user, password)) {
+            add_protected(root, "os_conn", user, password);
+        }
         RemoveBackupMeta(path);
         const std::string text = util::xml_serialize(document);
         const auto file = win::win_file_t::create_or_open(path, CREATE_ALWAYS);
@@ -78,15 +97,16 @@ void ReadBackupMeta(const std::wstring& path, std::wstring& prepareXml,
             return;
         }
         const std::string text = win::win_file_t::open_read_only(path)->read_all();
-        const xml_node_t root = util::xml_child(util::xml_parse(text), "restore");
+        const xml_node_t root = util::xml_child(util::xml_parse_secret(text), "restore");
         prepareXml =
             util::from_ansi(util::base64_decode(util::xml_get_attribute(root, "dbPrepareXml")));
         read_protected(root, "conn", credentials.user, credentials.password);
         std::string user;
         std::string password;
         if (read_protected(root, "os_conn", user, password)) {
-            osUserName = util::from_ansi(user);
-            osPassword = util::from_ansi(password);
+            const std::wstring wide_user = util::from_ansi(user);
+            osPassword = widen_password(password);
+            osUserName = wide_user;
         }
     } catch (const std::exception& e) {
         g_oralib_log.log_exception("Failed to get restore meta content: %1",

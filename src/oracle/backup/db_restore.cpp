@@ -74,7 +74,9 @@ void StartupNomount(const SOracleSid& sid, const SOracleCredentials& credentials
     boost::shared_ptr<exc::exc_base_t> failure;
     for (int attempt = 1; attempt <= startup_attempts; ++attempt) {
         try {
-            COracleSessionHolder(sid.sid, sid.home, credentials, true).get_session()->startup();
+            boost::make_shared<COracleSessionHolder>(sid.sid, sid.home, credentials, true)
+                ->get_session()
+                ->startup();
             return;
         } catch (const std::exception& e) {
             failure = exc::capture_exception(e);
@@ -91,8 +93,9 @@ void StartupNomount(const SOracleSid& sid, const SOracleCredentials& credentials
 void StartupMount(const SOracleSid& sid, const SOracleCredentials& credentials) {
     log_scope_t scope(g_oralib_log, "Startup mount, sid: %1", to_ansi_safe(sid.sid));
     StartupNomount(sid, credentials);
-    const COracleSessionHolder holder(sid.sid, sid.home, credentials, false);
-    holder.get_session()->query()->exec_row("ALTER DATABASE MOUNT", 0, true);
+    const auto holder =
+        boost::make_shared<COracleSessionHolder>(sid.sid, sid.home, credentials, false);
+    holder->get_session()->query()->exec_row("ALTER DATABASE MOUNT", 0, true);
     scope.ok();
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <boost/make_shared.hpp>
+#include <boost/range/algorithm_ext/erase.hpp>
 
 #include "config/agent_config.h"
 #include "config/explore_config.h"
@@ -137,11 +138,15 @@ std::wstring PrepareDbs(const std::wstring& configXml, const SOracleCredentials&
         config.get_excludes(exclusions);
         std::vector<SOracleSid> instances;
         COracleHomes(instances, exclusions);
+        boost::remove_erase_if(instances, [](const SOracleSid& instance) {
+            return instance.sid.rfind(own_prefix, 0) == 0 || instance.isAsm;
+        });
+        // A name that the document cannot hold fails the call before any database is changed.
+        for (const SOracleSid& instance : instances) {
+            util::to_ansi(instance.sid + instance.home);
+        }
         CDbsBackupXml::infos_t infos;
         for (const SOracleSid& instance : instances) {
-            if (instance.sid.rfind(own_prefix, 0) == 0 || instance.isAsm) {
-                continue;
-            }
             const auto record = boost::make_shared<info_t>();
             record->sid = instance.sid;
             record->home = instance.home;

@@ -282,33 +282,3 @@ BOOL UnlockFile(HANDLE handle, DWORD offset, DWORD offset_high, DWORD size, DWOR
     return change_lock(handle, F_UNLCK, joined(offset, offset_high), joined(size, size_high),
                        ERROR_NOT_LOCKED);
 }
-
-BOOL DeleteFileW(LPCWSTR path) {
-    if (failing(__func__)) return FALSE;
-    const native_name name = to_native(path);
-    if (!name.valid) return fail(ERROR_INVALID_NAME);
-    const descriptor_owner file(open(name.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (file.get() >= 0 && is_locked(file.get(), F_WRLCK, mode_bytes + denies_deleting, 1)) {
-        return fail(ERROR_SHARING_VIOLATION);
-    }
-    if (unlink(name.path.c_str()) == 0) return TRUE;
-    return fail(errno == EISDIR ? ERROR_ACCESS_DENIED : windows_error(errno, name));
-}
-
-BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
-    if (failing(__func__)) return FALSE;
-    const native_name source = to_native(from);
-    const native_name target = to_native(to);
-    if (!source.valid || !target.valid) return fail(ERROR_INVALID_NAME);
-    const descriptor_owner file(open(source.path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() >= 0 && is_locked(file.get(), F_WRLCK, mode_bytes + denies_deleting, 1)) {
-        return fail(ERROR_SHARING_VIOLATION);
-    }
-    const unsigned no_replace = flags & MOVEFILE_REPLACE_EXISTING ? 0 : RENAME_NOREPLACE;
-    if (renameat2(AT_FDCWD, source.path.c_str(), AT_FDCWD, target.path.c_str(), no_replace) == 0) {
-        return TRUE;
-    }
-    const int error = errno;
-    const bool source_missing = error == ENOENT && access(source.path.c_str(), F_OK) != 0;
-    return fail(windows_error(error, error == ENOENT && !source_missing ? target : source));
-}

@@ -52,9 +52,6 @@ BOOL LockFile(HANDLE file, DWORD offset, DWORD offset_high, DWORD size, DWORD si
 BOOL UnlockFile(HANDLE file, DWORD offset, DWORD offset_high, DWORD size, DWORD size_high);
 
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes);
-BOOL DeleteFileW(LPCWSTR path);
-BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
-DWORD GetFileAttributesW(LPCWSTR path);
 DWORD GetTempPathW(DWORD size, LPWSTR buffer);
 HRESULT SHGetFolderPathW(HWND window, int folder, HANDLE token, DWORD flags, LPWSTR path);
 UINT GetDriveTypeW(LPCWSTR root);

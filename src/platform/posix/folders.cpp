@@ -100,20 +100,6 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES) {
     return fail(code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : code);
 }
 
-DWORD GetFileAttributesW(LPCWSTR path) {
-    if (failing(__func__)) return INVALID_FILE_ATTRIBUTES;
-    const native_name name = to_native(path);
-    struct stat status;
-    if (!*path || !name.valid || stat(name.path.c_str(), &status) != 0) {
-        SetLastError(!*path        ? ERROR_PATH_NOT_FOUND
-                     : !name.valid ? ERROR_INVALID_NAME
-                                   : windows_error(errno, name));
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    const DWORD kind = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-    return kind | (status.st_mode & 0222 ? 0 : FILE_ATTRIBUTE_READONLY);
-}
-
 DWORD GetTempPathW(DWORD size, LPWSTR buffer) {
     if (failing(__func__)) return 0;
     const std::wstring path = L"C:\\Windows\\Temp\\";

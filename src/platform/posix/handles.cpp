@@ -171,14 +171,6 @@ BOOL CloseHandle(HANDLE handle) {
     return remove_handle(handle);
 }
 
-BOOL GetHandleInformation(HANDLE handle, LPDWORD flags) {
-    if (failing(__func__)) return FALSE;
-    const auto target = find_object(handle);
-    if (!target) return FALSE;
-    *flags = target->inheritable ? HANDLE_FLAG_INHERIT : 0;
-    return TRUE;
-}
-
 BOOL SetHandleInformation(HANDLE handle, DWORD mask, DWORD flags) {
     if (failing(__func__)) return FALSE;
     const auto target = find_object(handle);

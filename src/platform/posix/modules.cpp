@@ -195,11 +195,6 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
     return reinterpret_cast<FARPROC>(address);
 }
 
-HMODULE GetModuleHandleA(LPCSTR name) {
-    if (failing(__func__)) return nullptr;
-    return name ? loaded_module(widen_ansi(name)) : as_module(dlopen(nullptr, RTLD_NOW));
-}
-
 HMODULE GetModuleHandleW(LPCWSTR name) {
     if (failing(__func__)) return nullptr;
     return name ? loaded_module(name) : as_module(dlopen(nullptr, RTLD_NOW));

@@ -11,6 +11,5 @@ HMODULE LoadLibraryA(LPCSTR name);
 HMODULE LoadLibraryW(LPCWSTR name);
 BOOL FreeLibrary(HMODULE module);
 FARPROC GetProcAddress(HMODULE module, LPCSTR name);
-HMODULE GetModuleHandleA(LPCSTR name);
 HMODULE GetModuleHandleW(LPCWSTR name);
 DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD size);

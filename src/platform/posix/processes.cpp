@@ -214,11 +214,3 @@ BOOL SetPriorityClass(HANDLE process, DWORD priority_class) {
     setpriority(PRIO_PROCESS, static_cast<id_t>(target->started.child), nice_value(priority_class));
     return TRUE;
 }
-
-DWORD GetPriorityClass(HANDLE process) {
-    if (failing(__func__)) return 0;
-    const auto target = find<process_object>(process);
-    if (!target) return 0;
-    const layer_lock lock(target->mutex);
-    return target->priority_class;
-}

@@ -46,4 +46,3 @@ DWORD GetProcessId(HANDLE process);
 BOOL GetExitCodeProcess(HANDLE process, LPDWORD exit_code);
 BOOL TerminateProcess(HANDLE process, UINT exit_code);
 BOOL SetPriorityClass(HANDLE process, DWORD priority_class);
-DWORD GetPriorityClass(HANDLE process);

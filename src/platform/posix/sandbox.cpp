@@ -158,12 +158,6 @@ int _putenv(const char* assignment) {
     return setenv(name.c_str(), text.c_str() + equals + 1, 1);
 }
 
-DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR buffer, DWORD size) {
-    std::string value;
-    if (failing(__func__) || !find_variable(name, value)) return 0;
-    return give(value, buffer, size);
-}
-
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD size) {
     std::string value;
     if (failing(__func__) || !find_variable(narrow_ansi(name), value)) return 0;

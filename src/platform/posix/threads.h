@@ -13,7 +13,6 @@ DWORD GetCurrentProcessId();
 HANDLE GetCurrentThread();
 HANDLE GetCurrentProcess();
 BOOL CloseHandle(HANDLE handle);
-BOOL GetHandleInformation(HANDLE handle, LPDWORD flags);
 BOOL SetHandleInformation(HANDLE handle, DWORD mask, DWORD flags);
 
 /// Returns when the thread is gone. A thread inside code that is not ours is ended where it blocks,
@@ -22,14 +21,10 @@ BOOL TerminateThread(HANDLE thread, DWORD exit_code);
 
 HANDLE CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
                     LPCSTR name);
-HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
-                    LPCWSTR name);
 BOOL SetEvent(HANDLE event);
-BOOL ResetEvent(HANDLE event);
 /// Takes events, threads and processes.
 DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 
 /// "NAME=value" in the ANSI code page; an empty value removes the variable. 0, or -1 on failure.
 int _putenv(const char* assignment);
-DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR buffer, DWORD size);
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD size);

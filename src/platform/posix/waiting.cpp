@@ -104,29 +104,11 @@ HANDLE CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL in
     return create_event(attributes, manual_reset, initial_state);
 }
 
-HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
-                    LPCWSTR name) {
-    if (failing(__func__)) return nullptr;
-    if (name) {
-        SetLastError(ERROR_NOT_SUPPORTED);
-        return nullptr;
-    }
-    return create_event(attributes, manual_reset, initial_state);
-}
-
 BOOL SetEvent(HANDLE event) {
     if (failing(__func__)) return FALSE;
     const auto target = find<event_object>(event);
     if (!target) return FALSE;
     target->state.set();
-    return TRUE;
-}
-
-BOOL ResetEvent(HANDLE event) {
-    if (failing(__func__)) return FALSE;
-    const auto target = find<event_object>(event);
-    if (!target) return FALSE;
-    target->state.clear();
     return TRUE;
 }
 

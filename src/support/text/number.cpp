@@ -23,7 +23,7 @@ std::uint64_t parse_uint64(const std::wstring& text) {
 }
 
 bool parse_int32(const std::string& text, std::int32_t& number) {
-    const char* const begin = text.c_str() + (text[0] == '+' ? 1 : 0);
+    const char* const begin = text.c_str() + (text[0] == '+' && text[1] != '-' ? 1 : 0);
     const char* const end = text.c_str() + text.size();
     const auto [stop, error] = std::from_chars(begin, end, number);
     return error == std::errc() && stop == end;

@@ -108,6 +108,10 @@ class scanner_t {
 
     // A quoted value may hold any character, also ">"; the cursor is on "=".
     void attribute_value() {
+        if (++attributes > xml_max_attributes) {
+            deepest = limit + 1;
+            return;
+        }
         ++at;
         skip_space();
         const char quote = *at;
@@ -139,6 +143,7 @@ class scanner_t {
     void element() {
         ++depth;
         deepest = std::max(deepest, depth);
+        attributes = 0;
         while (*at && *at != '>' && deepest <= limit) {
             if (*at == '/' && at[1] == '>') {
                 --depth;
@@ -183,6 +188,7 @@ class scanner_t {
     std::size_t limit;
     std::size_t depth = 0;
     std::size_t deepest = 0;
+    std::size_t attributes = 0;
 };
 
 }  // namespace

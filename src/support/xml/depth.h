@@ -6,8 +6,12 @@
 
 namespace util {
 
+/// The parser compares each attribute of an element with all before it.
+constexpr std::size_t xml_max_attributes = 256;
+
 /// The deepest nesting of elements in `text`, as TinyXML's own tokens give it, found without
-/// recursion; `limit` + 1 as well where it cannot be told.
+/// recursion; `limit` + 1 as well where it cannot be told, or where an element has more
+/// attributes than that.
 std::size_t xml_nesting_depth(const std::string& text, std::size_t limit);
 
 }  // namespace util

@@ -49,8 +49,9 @@ xml_node_t xml_parse(const std::string& text) {
         if (xml_nesting_depth(text, xml_max_depth) > xml_max_depth) {
             throw exc::exc_base_t(format_message(
                 "XML error: [%1].",
-                "Elements are nested too deep, or it cannot be told how deep; limit: " +
-                    to_string(std::uint64_t{xml_max_depth})));
+                "Elements are nested too deep or have too many attributes; limits: " +
+                    to_string(std::uint64_t{xml_max_depth}) + " and " +
+                    to_string(std::uint64_t{xml_max_attributes})));
         }
         xml_node_t handle = xml_new_document();
         // In UTF-8 the parser steps over the whole of a character that the text's end cuts short.
@@ -63,6 +64,14 @@ xml_node_t xml_parse(const std::string& text) {
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to parse XML content. Source content: [%1].",
                                 short_form(text), e);
+    }
+}
+
+xml_node_t xml_parse_secret(const std::string& text) {
+    try {
+        return xml_parse(text);
+    } catch (const std::exception&) {
+        throw exc::exc_base_t("Failed to parse XML content, which holds a secret.");
     }
 }
 

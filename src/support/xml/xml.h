@@ -24,8 +24,11 @@ struct xml_node_t {
 constexpr std::size_t xml_max_depth = 256;
 
 xml_node_t xml_new_document();
-/// Throws for what is no XML, or nested deeper than xml_max_depth.
+/// Throws for what is no XML, nested deeper than xml_max_depth, or has an element with more
+/// attributes than xml_max_attributes.
 xml_node_t xml_parse(const std::string& text);
+/// The same; a failure does not repeat the text.
+xml_node_t xml_parse_secret(const std::string& text);
 /// One line, without declaration.
 std::string xml_serialize(xml_node_t node);
 /// The handle on the whole document that `node` lies in.
