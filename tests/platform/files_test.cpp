@@ -278,34 +278,3 @@ TEST(files, locked_range_bars_writing) {
     ASSERT_TRUE(LockFile(owner, 0, 0, 1, 0));  // not lost by the close of another handle
     CloseHandle(owner);
 }
-
-// For what the C runtime writes: it shares the file, and leaves what others do not share.
-TEST(files, of_the_c_runtime) {
-    const std::wstring path = scratch_path(L"runtime");
-    write_scratch(path, "abc");
-    ASSERT_TRUE(CreateDirectoryW(scratch_path(L"runtime folder").c_str(), nullptr));
-    const HANDLE held = open_scratch(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
-    const struct {
-        std::wstring path;
-        int code;
-    } cases[] = {{path, EACCES},
-                 {scratch_path(L"runtime folder"), EACCES},
-                 {scratch_path(L"absent\\file"), ENOENT}};
-    for (const auto& test : cases) {
-        EXPECT_EQ(-1, platform::create_file(test.path));
-        EXPECT_EQ(test.code, errno) << testing::PrintToString(test.path);
-    }
-    EXPECT_EQ(3, size_of(path));
-    CloseHandle(held);
-    const int file = platform::create_file(path);
-    ASSERT_GE(file, 0);
-    EXPECT_EQ(0, size_of(path));
-    const HANDLE reader = open_scratch(path, GENERIC_READ, 3, OPEN_EXISTING);
-    EXPECT_NE(INVALID_HANDLE_VALUE, reader);
-    EXPECT_EQ(2, write(file, "xy", 2));
-    EXPECT_EQ(2, size_of(path));
-    CloseHandle(reader);
-    EXPECT_EQ(INVALID_HANDLE_VALUE, open_scratch(path, GENERIC_READ, 0, OPEN_EXISTING));
-    EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
-    EXPECT_EQ(0, close(file));
-}

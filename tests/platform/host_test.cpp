@@ -79,31 +79,6 @@ TEST(modules, path_of_the_program) {
     }
 }
 
-TEST(host, version_by_comparison) {
-    OSVERSIONINFOEXA info = {};
-    info.dwOSVersionInfoSize = 156;
-    ASSERT_TRUE(GetVersionExA(reinterpret_cast<LPOSVERSIONINFOA>(&info)));
-    const struct {
-        BYTE condition;
-        int difference;
-        bool holds;
-    } cases[] = {{VER_EQUAL, 0, true},          {VER_EQUAL, 1, false}, {VER_GREATER_EQUAL, 0, true},
-                 {VER_GREATER_EQUAL, 1, false}, {VER_LESS, 1, true},   {VER_LESS, 0, false}};
-    for (const auto& test : cases) {
-        OSVERSIONINFOEXA wanted = info;
-        wanted.dwBuildNumber += static_cast<DWORD>(test.difference);
-        const ULONGLONG mask = VerSetConditionMask(0, VER_BUILDNUMBER, test.condition);
-        EXPECT_EQ(test.holds, VerifyVersionInfoA(&wanted, VER_BUILDNUMBER, mask) != FALSE);
-        EXPECT_TRUE(test.holds || GetLastError() == ERROR_OLD_WIN_VERSION);
-    }
-    info.dwOSVersionInfoSize = 100;
-    EXPECT_FALSE(GetVersionExA(reinterpret_cast<LPOSVERSIONINFOA>(&info)));
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, GetLastError());
-    SYSTEM_INFO system = {};
-    GetNativeSystemInfo(&system);
-    EXPECT_EQ(PROCESSOR_ARCHITECTURE_AMD64, system.wProcessorArchitecture);
-}
-
 TEST(host, computer_name) {
     DWORD length = 0;
     EXPECT_FALSE(GetComputerNameExW(ComputerNameDnsFullyQualified, nullptr, &length));
@@ -178,66 +153,6 @@ TEST(host, environment) {
     }
     EXPECT_EQ(10u, GetEnvironmentVariableW(L"SystemRoot", value, 32));
     EXPECT_EQ(L"C:\\", std::wstring(value, 3));
-}
-
-// A handle of another kind is no better than none.
-TEST(handles, wrong_ones) {
-    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE file = open_scratch(scratch_path(L"handle"), GENERIC_READ, 7);
-    const HANDLE closed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    CloseHandle(closed);
-    char letter = 0;
-    DWORD done = 0;
-    LARGE_INTEGER number = {};
-    const struct {
-        const char* name;
-        std::function<bool(HANDLE)> succeeds;
-    } calls[] = {
-        {"ReadFile", [&](HANDLE h) { return ReadFile(h, &letter, 1, &done, nullptr); }},
-        {"WriteFile", [&](HANDLE h) { return WriteFile(h, &letter, 1, &done, nullptr); }},
-        {"FlushFileBuffers", FlushFileBuffers},
-        {"SetEndOfFile", SetEndOfFile},
-        {"GetFileSizeEx", [&](HANDLE h) { return GetFileSizeEx(h, &number); }},
-        {"SetFilePointerEx", [&](HANDLE h) { return SetFilePointerEx(h, number, &number, 0); }},
-        {"SetFilePointer",
-         [&](HANDLE h) { return SetFilePointer(h, 0, nullptr, 0) != INVALID_SET_FILE_POINTER; }},
-        {"GetExitCodeProcess", [&](HANDLE h) { return GetExitCodeProcess(h, &done); }},
-        {"TerminateProcess", [&](HANDLE h) { return TerminateProcess(h, 0); }},
-        {"GetProcessId", [&](HANDLE h) { return GetProcessId(h) != 0; }},
-        {"SetPriorityClass", [&](HANDLE h) { return SetPriorityClass(h, IDLE_PRIORITY_CLASS); }},
-        {"TerminateThread", [&](HANDLE h) { return TerminateThread(h, 0); }},
-        {"SetThreadToken", [&](HANDLE h) { return SetThreadToken(&h, nullptr); }},
-        {"OpenThreadToken",
-         [&](HANDLE h) { return OpenThreadToken(h, TOKEN_IMPERSONATE, TRUE, &h); }},
-    };
-    for (const auto& call : calls) {
-        for (const HANDLE handle : {HANDLE{nullptr}, closed, event}) {
-            SetLastError(ERROR_SUCCESS);
-            EXPECT_FALSE(call.succeeds(handle)) << call.name;
-            EXPECT_EQ(ERROR_INVALID_HANDLE, GetLastError()) << call.name << (handle == event);
-        }
-    }
-    const struct {
-        const char* name;
-        std::function<bool(HANDLE)> succeeds;
-    } event_calls[] = {
-        {"SetEvent", SetEvent},
-        {"WaitForSingleObject", [](HANDLE h) { return WaitForSingleObject(h, 0) != WAIT_FAILED; }},
-        {"SetHandleInformation",
-         [](HANDLE h) { return SetHandleInformation(h, HANDLE_FLAG_INHERIT, 0); }},
-        {"CloseHandle", CloseHandle},
-    };
-    for (const auto& call : event_calls) {
-        for (const HANDLE handle : {HANDLE{nullptr}, closed}) {
-            SetLastError(ERROR_SUCCESS);
-            EXPECT_FALSE(call.succeeds(handle)) << call.name;
-            EXPECT_EQ(ERROR_INVALID_HANDLE, GetLastError()) << call.name;
-        }
-    }
-    EXPECT_FALSE(SetEvent(file));
-    EXPECT_EQ(ERROR_INVALID_HANDLE, GetLastError());
-    EXPECT_TRUE(CloseHandle(file));
-    EXPECT_TRUE(CloseHandle(event));
 }
 
 TEST(handles_threads, tokens) {

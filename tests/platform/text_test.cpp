@@ -135,40 +135,6 @@ TEST(text, sizes) {
     }
 }
 
-TEST(text, flags_and_pages_that_do_not_go_together) {
-    BOOL used = FALSE;
-    const struct {
-        UINT page;
-        DWORD flags;
-        BOOL* used;
-        DWORD error;
-    } narrowing[] = {{CP_UTF8, WC_NO_BEST_FIT_CHARS, nullptr, ERROR_INVALID_FLAGS},
-                     {CP_UTF8, 0, &used, ERROR_INVALID_PARAMETER},
-                     {CP_ACP, WC_ERR_INVALID_CHARS, nullptr, ERROR_INVALID_FLAGS},
-                     {CP_ACP, 0x80000000, nullptr, ERROR_INVALID_FLAGS},
-                     {12345, 0, nullptr, ERROR_INVALID_PARAMETER}};
-    for (const auto& test : narrowing) {
-        // Wine takes any known flag for any page.
-        if (is_wine() && test.page != 12345 && test.flags != 0x80000000) continue;
-        EXPECT_EQ(0, WideCharToMultiByte(test.page, test.flags, L"\u00E9", 1, nullptr, 0, nullptr,
-                                         test.used));
-        EXPECT_EQ(test.error, GetLastError()) << test.page << " " << test.flags;
-    }
-    const struct {
-        UINT page;
-        DWORD flags;
-        DWORD error;
-    } widening[] = {{CP_UTF8, MB_PRECOMPOSED, ERROR_INVALID_FLAGS},
-                    {CP_UTF8, 0x100, ERROR_INVALID_FLAGS},
-                    {CP_ACP, 0x100, ERROR_INVALID_FLAGS},
-                    {12345, 0, ERROR_INVALID_PARAMETER}};
-    for (const auto& test : widening) {
-        if (is_wine() && test.flags == MB_PRECOMPOSED) continue;
-        EXPECT_EQ(0, MultiByteToWideChar(test.page, test.flags, "\xE9", 1, nullptr, 0));
-        EXPECT_EQ(test.error, GetLastError()) << test.page << " " << test.flags;
-    }
-}
-
 // The texts themselves are the system's.
 TEST(text, system_messages) {
     const auto length_of = [](DWORD flags, DWORD code, std::wstring* result) {

@@ -302,6 +302,7 @@ TEST_F(Backup, NoPasswordInTheMetaFileNorInWhatIsSaidOfADamagedOne) {
         });
     };
     EXPECT_FALSE(is_told(read_file(meta_file())));
+    EXPECT_EQ(validate(read_file(meta_file()), "meta.xsd"), "");
     expect_in_log("Unable to deserialize protected credentials");
     expect_in_log("Failed to archive logs all");
     expect_in_log("Failed to get restore meta content");
