@@ -13,6 +13,7 @@ class Sweep : public Road {
         expect_in_log("");  // anything may fail here
         sandbox::home_t home = home19();
         home.with_srvctl = true;
+        home.name += "\xc3\xa9";  // something that a conversion has to look at
         server.add_home(home);
         sandbox::instance_t database = instance("ORCL");
         database.pdbs.resize(1);

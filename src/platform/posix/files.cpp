@@ -17,7 +17,8 @@ namespace {
 
 // Share modes: one byte for each of what an opener does or denies, locked far behind any content.
 constexpr off_t mode_bytes = 0x7FFFFFFFFFFFF000;
-enum mode_byte { reads, writes, denies_reading, denies_writing, denies_deleting, mode_byte_count };
+// In such an order that what usual openers take, and what they must not meet, are one range each.
+enum mode_byte { reads, denies_deleting, denies_writing, writes, denies_reading, mode_byte_count };
 
 struct flock range_of(short type, off_t begin, off_t size) {
     struct flock range = {};
@@ -54,19 +55,34 @@ class share_lock {
     const int file;
 };
 
-bool enter_share_mode(int file, bool read, bool write, DWORD share) {
-    const bool wanted[mode_byte_count] = {read, write, !(share & FILE_SHARE_READ),
-                                          !(share & FILE_SHARE_WRITE),
-                                          !(share & FILE_SHARE_DELETE)};
-    const mode_byte opposite[] = {denies_reading, denies_writing, reads, writes};
-    const share_lock lock(file);
-    for (int byte = reads; byte <= denies_writing; ++byte) {
-        if (wanted[byte] && is_locked(file, F_WRLCK, mode_bytes + opposite[byte], 1)) return false;
-    }
-    for (int byte = reads; byte < mode_byte_count; ++byte) {
-        if (wanted[byte]) set_lock(file, F_RDLCK, mode_bytes + byte, 1);
+// Calls `use` for each run of bytes that are set, until it gives false.
+template <typename Use>
+bool for_each_run(const bool (&set)[mode_byte_count], const Use& use) {
+    for (int begin = 0; begin < mode_byte_count; ++begin) {
+        int end = begin;
+        while (end < mode_byte_count && set[end])
+            ++end;
+        if (end > begin && !use(mode_bytes + begin, end - begin)) return false;
+        begin = end;
     }
     return true;
+}
+
+bool enter_share_mode(int file, bool read, bool write, DWORD share) {
+    const bool deny_reading = !(share & FILE_SHARE_READ);
+    const bool deny_writing = !(share & FILE_SHARE_WRITE);
+    const bool taken[mode_byte_count] = {read, !(share & FILE_SHARE_DELETE), deny_writing, write,
+                                         deny_reading};
+    const bool opposed[mode_byte_count] = {deny_reading, false, write, deny_writing, read};
+    const share_lock lock(file);
+    const auto is_free = [file](off_t at, off_t size) {
+        return !is_locked(file, F_WRLCK, at, size);
+    };
+    const auto take = [file](off_t at, off_t size) {
+        set_lock(file, F_RDLCK, at, size);
+        return true;
+    };
+    return for_each_run(opposed, is_free) && for_each_run(taken, take);
 }
 
 // Opens by the rules of the disposition but for truncation, which has to wait for the share mode.

@@ -89,8 +89,16 @@ native_name to_native(const std::wstring& path) {
     }
     const auto names = components(path, at);
     result.names_folder = !names.empty() && is_separator(path.back());
+    std::string exact = result.path;
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (names[i].find_first_of(L"<>:\"|?*") != std::wstring::npos) result.valid = false;
+        exact += (i > 0 ? "/" : "") + to_utf8(names[i]);
+    }
+    if (exists(exact)) {
+        result.path = exact;
+        return result;
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
         result.path += resolve(result.path, names[i]);
         if (i + 1 < names.size()) result.path += '/';
     }

@@ -1,6 +1,8 @@
 #include "support/text/convert.h"
 
+#include <algorithm>
 #include <exception>
+#include <type_traits>
 
 #include "platform/platform.h"
 #include "support/exc/exc.h"
@@ -40,9 +42,21 @@ bool widen(UINT code_page, const std::string& text, std::wstring& result) {
                                size) == size;
 }
 
+// The same in every code page, and nearly all there is to convert.
+template <typename Text>
+bool is_ascii(const Text& text) {
+    using unit_t =
+        std::make_unsigned_t<std::conditional_t<sizeof(typename Text::value_type) == 1, char, int>>;
+    return std::all_of(text.begin(), text.end(),
+                       [](auto unit) { return static_cast<unit_t>(unit) < 0x80; });
+}
+
 }  // namespace
 
 std::string to_ansi(const std::wstring& text) {
+    if (is_ascii(text)) {
+        return std::string(text.begin(), text.end());
+    }
     std::string result;
     // Windows refuses the flags of the other code pages where the ANSI one is UTF-8.
     const bool is_utf8 = GetACP() == CP_UTF8;
@@ -56,6 +70,9 @@ std::string to_ansi(const std::wstring& text) {
 }
 
 std::wstring from_ansi(const std::string& text) {
+    if (is_ascii(text)) {
+        return std::wstring(text.begin(), text.end());
+    }
     std::wstring result;
     if (!text.empty() && !widen(CP_ACP, text, result)) {
         const DWORD error = GetLastError();
