@@ -174,6 +174,49 @@ TEST_F(Log, TheSizeIsLookedAtEveryThousandLines) {
     EXPECT_EQ(lines(), "oralibgoes on\n");
 }
 
+// The text of an archive from its first line to its last.
+std::string whole_archive(const std::filesystem::path& path) {
+    std::string text;
+    gzFile file = gzopen(path.string().c_str(), "rb");
+    char block[0x10000];
+    for (int length; file && (length = gzread(file, block, sizeof block)) > 0;) {
+        text.append(block, static_cast<std::size_t>(length));
+    }
+    EXPECT_EQ(gzclose(file), Z_OK) << path;
+    return text;
+}
+
+// While another process holds the first name.
+TEST_F(Log, AMillionLinesAreAllThereOrOlderThanElevenArchives) {
+    const int count = machine_t::is_layered() ? 1000000 : 100000;
+    const std::string filler(250000000u / static_cast<unsigned>(count), 'x');
+    const auto held = win::open_log_file(L"C:\\log\\agent.log");
+    logging::start_log({L"-log", L"C:\\log\\agent.log"});
+    for (int i = 0; i < count; ++i) {
+        logging::g_oralib_log.line(std::to_string(i) + " " + filler);
+    }
+    EXPECT_EQ(held->get_size(), 0u);
+
+    std::size_t archives = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(drive / "log")) {
+        archives += entry.path().extension() == ".gz" ? 1 : 0;
+    }
+    EXPECT_EQ(archives, 11u);
+    std::string text;
+    for (int age = 10; age > 0; --age) {
+        text += whole_archive(drive / ("log/agent.1." + std::to_string(age) + ".log.gz"));
+    }
+    text += whole_archive(drive / "log/agent.1.log.gz") + read_file(drive / "log/agent.1.log");
+    int expected = -1;
+    for (std::size_t at = text.find("oralib"); at != std::string::npos;
+         at = text.find("oralib", at + 1)) {
+        const int number = std::stoi(text.substr(at + 6, 10));
+        ASSERT_TRUE(expected < 0 || number == expected) << number << " behind " << expected - 1;
+        expected = number + 1;
+    }
+    EXPECT_EQ(expected, count);
+}
+
 TEST_F(Log, TheDirectoryOfTheRegistry) {
     machine.write_registry(
         "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarny\\Tarny Client Vault]\n"
