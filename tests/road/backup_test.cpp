@@ -321,5 +321,36 @@ TEST_F(Backup, NoPasswordInTheMetaFileNorInWhatIsSaidOfADamagedOne) {
     EXPECT_FALSE(is_told(log()));
 }
 
+// The log, the journal and the meta file are searched for it; so is what each call says.
+TEST_F(Backup, NoOperationTellsThePasswordOfTheOneWhoAsks) {
+    sandbox::instance_t made = instance("ORCL");
+    made.users = {{"backup_dba", distinctive_password, true}};
+    made.archived_logs.resize(3);
+    server.add_instance(home19(), made);
+    expect_in_log("");
+    module_t module;
+    start(module);
+    const std::string home = home19().path;
+    for (const char* const name : {"backup_dba", "SYSTEM"}) {
+        const std::string user = name, password = distinctive_password;
+        const answer_t prepared = module.prepare("", user, password);
+        std::string told = prepared.result + read_file(meta_file());
+        for (const answer_t& answer :
+             {prepared, module.finish(prepared.result, user, password),
+              module.backup_logs(home, "ORCL", "", "", user, password), module.enum_logs(),
+              module.delete_logs_by_time(home, "ORCL", 0, user, password),
+              module.delete_logs_by_size(home, "ORCL", 0, user, password)}) {
+            told += answer.result + answer.error;
+        }
+        EXPECT_EQ(told.find(distinctive_password), std::string::npos);
+    }
+    EXPECT_EQ(sandbox::query_sql(folder, "ORCL",
+                                 "SELECT COUNT(*) FROM V$ARCHIVED_LOG WHERE STATUS = 'A'"),
+              "1")
+        << "the first of them was let in";
+    EXPECT_EQ(read_file(folder / "oracle/journal.log").find(distinctive_password),
+              std::string::npos);
+}
+
 }  // namespace
 }  // namespace road

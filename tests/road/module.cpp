@@ -111,20 +111,22 @@ answer_t module_t::remove_logs(const std::string& list) {
 }
 
 answer_t module_t::delete_logs_by_time(const std::string& home, const std::string& sid,
-                                       std::int32_t minutes) {
+                                       std::int32_t minutes, const std::string& user,
+                                       const std::string& password) {
     return take([&](oralib_char**, oralib_char** error) {
         return function<decltype(OracleDeleteLogsByTime)>("OracleDeleteLogsByTime")(
-            to_utf16(home).c_str(), to_utf16(sid).c_str(), minutes, to_utf16("").c_str(),
-            to_utf16("").c_str(), error);
+            to_utf16(home).c_str(), to_utf16(sid).c_str(), minutes, to_utf16(user).c_str(),
+            to_utf16(password).c_str(), error);
     });
 }
 
 answer_t module_t::delete_logs_by_size(const std::string& home, const std::string& sid,
-                                       std::int64_t limit) {
+                                       std::int64_t limit, const std::string& user,
+                                       const std::string& password) {
     return take([&](oralib_char**, oralib_char** error) {
         return function<decltype(OracleDeleteLogsBySize)>("OracleDeleteLogsBySize")(
-            to_utf16(home).c_str(), to_utf16(sid).c_str(), limit, to_utf16("").c_str(),
-            to_utf16("").c_str(), error);
+            to_utf16(home).c_str(), to_utf16(sid).c_str(), limit, to_utf16(user).c_str(),
+            to_utf16(password).c_str(), error);
     });
 }
 

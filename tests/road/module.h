@@ -42,9 +42,11 @@ class module_t {
     answer_t enum_logs();
     answer_t remove_logs(const std::string& list);
     answer_t delete_logs_by_time(const std::string& home, const std::string& sid,
-                                 std::int32_t minutes);
+                                 std::int32_t minutes, const std::string& user = "",
+                                 const std::string& password = "");
     answer_t delete_logs_by_size(const std::string& home, const std::string& sid,
-                                 std::int64_t limit);
+                                 std::int64_t limit, const std::string& user = "",
+                                 const std::string& password = "");
     answer_t is_restore_required(bool& required);
     answer_t restore();
     answer_t logs_folder();
