@@ -101,4 +101,22 @@ TEST(HostLogs, GapsAndOverlapsByScnAndIncarnation) {
     }
 }
 
+TEST(HostDocument, FromAHostileHandIsRefused) {
+    std::string deep = "<databases>", wide = "<databases><database";
+    for (int i = 0; i < 100000; ++i) {
+        deep += "<a b='/>'>";
+        wide += " a" + std::to_string(i) + "=''";
+    }
+    for (const std::string& text :
+         {std::string(), std::string("<databases"), std::string("<other/>"), deep, wide + "/>",
+          std::string("<databases><!-- --></databases>"), std::string("<databases a='\xC3'/>"),
+          std::string("<databases a='&#x41<'/>"), std::string("<databases a='>'")}) {
+        EXPECT_THROW(host::read_prepare_document(text), std::runtime_error) << text.substr(0, 40);
+        EXPECT_THROW(host::read_log_list(text), std::runtime_error) << text.substr(0, 40);
+        EXPECT_THROW(host::document_of_meta(text), std::runtime_error) << text.substr(0, 40);
+    }
+    EXPECT_TRUE(
+        host::read_prepare_document("<?xml version=\"1.0\"?><databases a='&#x0A;/>'/>").empty());
+}
+
 }  // namespace
