@@ -1,9 +1,4 @@
-// Files in trouble: calls of the platform that fail on demand, and locks of other openers, which
-// Wine has no eye for.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <memory>
+// Files in trouble: calls of the platform that fail on demand.
 #include <thread>
 
 #include "platform/platform.h"
@@ -49,42 +44,25 @@ TEST_F(Trouble, AWriteWaitsForALockedRangeAndForNothingElse) {
     EXPECT_EQ(file->size(), 4u);
 }
 
-// A lock of another opener, as the system knows it.
-class range_lock_t {
-  public:
-    explicit range_lock_t(const std::filesystem::path& path) : file(open(path.c_str(), O_RDWR)) {
-        struct flock range = {};
-        range.l_type = F_WRLCK;
-        range.l_len = 100;
-        EXPECT_EQ(fcntl(file, F_OFD_SETLK, &range), 0);
-    }
-    ~range_lock_t() { close(file); }
-    range_lock_t(const range_lock_t&) = delete;
-    range_lock_t& operator=(const range_lock_t&) = delete;
-
-  private:
-    const int file;
-};
-
 TEST_F(Trouble, ALockThatGoesInTimeAndOneThatStays) {
     const auto file = win::win_file_t::create_or_open(L"C:\\locked");
-    auto passing = std::make_unique<range_lock_t>(drive / "locked");
+    platform::faults::arm_all("WriteFile", ERROR_LOCK_VIOLATION);
     std::thread unlocker([&] {
         Sleep(250);
-        passing.reset();
+        platform::faults::disarm();
     });
     EXPECT_NO_THROW(file->write("text", 4));
     unlocker.join();
     EXPECT_EQ(read_file(drive / "locked"), "text");
 
-    file->seek(0, FILE_BEGIN);
-    const range_lock_t staying(drive / "locked");
     platform::faults::disarm();
+    platform::faults::arm_all("WriteFile", ERROR_LOCK_VIOLATION);
     EXPECT_NE(failure_of([&] { file->write("more", 4); })
                   .find("Failed to write 4 bytes to the file 'C:\\locked': 0 bytes were written "
                         "instead\n--tr:Error code: 0x00000021"),
               std::string::npos);
     EXPECT_EQ(platform::faults::calls("WriteFile"), 50u);
+    platform::faults::disarm();
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace platform::faults {
 
 /// The `nth` call of `function` from now on (1 is the next) fails with `code`, once.
 void arm(const std::string& function, unsigned nth, DWORD code);
+/// Every call of `function` fails with `code`, until disarm.
+void arm_all(const std::string& function, DWORD code);
 /// Takes back every fault and sets the counts of calls to 0.
 void disarm();
 /// How often `function` was called since; calls are counted from the first use of the above.

@@ -120,7 +120,7 @@ bool seek_file(const file_object& file, LONGLONG distance, DWORD method, LONGLON
 
 // Neither a read nor a write passes over a range that another opener has locked.
 bool is_barred(const file_object& file, short type, DWORD size) {
-    if (file.is_pipe || size == 0) return false;
+    if (file.is_pipe || file.writes_alone || size == 0) return false;
     struct flock range = range_of(type, 0, size);
     range.l_whence = SEEK_CUR;
     return fcntl(file.file.get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
@@ -177,7 +177,8 @@ HANDLE open_file(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWO
     }
     if (truncates && existed && ftruncate(file.get(), 0) != 0) return no_file(windows_error(errno));
 
-    const auto opened = std::make_shared<file_object>("files", file.release(), read, write);
+    const auto opened = std::make_shared<file_object>("files", file.release(), read, write,
+                                                      !(share & FILE_SHARE_WRITE));
     opened->inheritable = inheritable;
     const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
     SetLastError(existed && tells ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);

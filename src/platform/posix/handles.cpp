@@ -17,6 +17,7 @@ const char* const kinds[] = {"events", "files", "keys", "pipes", "processes", "t
 struct fault {
     unsigned remaining;
     DWORD code;
+    bool stays = false;
 };
 
 // Constructed before and destroyed after everything else in the module that may hold a handle.
@@ -51,7 +52,7 @@ layer_state::layer_state() {
     if (first == std::string::npos || second == std::string::npos) return;
     faults[text.substr(0, first)] = {
         static_cast<unsigned>(strtoul(text.c_str() + first + 1, nullptr, 10)),
-        static_cast<DWORD>(strtoul(text.c_str() + second + 1, nullptr, 0))};
+        static_cast<DWORD>(strtoul(text.c_str() + second + 1, nullptr, 0)), false};
     fault_from_environment = true;
     g_watching = true;
 }
@@ -127,9 +128,10 @@ bool failing(const char* function) {
     if (call == g_layer.calls.end()) call = g_layer.calls.emplace(function, 0).first;
     ++call->second;
     const auto armed = g_layer.faults.find(function);
-    if (armed == g_layer.faults.end() || --armed->second.remaining > 0) return false;
+    if (armed == g_layer.faults.end()) return false;
+    if (!armed->second.stays && --armed->second.remaining > 0) return false;
     SetLastError(armed->second.code);
-    g_layer.faults.erase(armed);
+    if (!armed->second.stays) g_layer.faults.erase(armed);
     return true;
 }
 
@@ -138,7 +140,13 @@ namespace faults {
 void arm(const std::string& function, unsigned nth, DWORD code) {
     g_watching = true;
     const layer_lock lock(g_layer.mutex);
-    g_layer.faults[function] = {nth, code};
+    g_layer.faults[function] = {nth, code, false};
+}
+
+void arm_all(const std::string& function, DWORD code) {
+    g_watching = true;
+    const layer_lock lock(g_layer.mutex);
+    g_layer.faults[function] = {0, code, true};
 }
 
 void disarm() {
