@@ -15,11 +15,6 @@ namespace host {
 
 namespace {
 
-std::string text_of(const TiXmlElement& element, const char* name) {
-    const char* const value = element.Attribute(name);
-    return value ? value : "";
-}
-
 std::uint64_t number_of(const TiXmlElement& element, const char* name) {
     return std::strtoull(text_of(element, name).c_str(), nullptr, 10);
 }

@@ -10,11 +10,6 @@ namespace host {
 
 namespace {
 
-std::string text_of(const TiXmlElement& element, const char* attribute) {
-    const char* const value = element.Attribute(attribute);
-    return value ? value : "";
-}
-
 bool bool_of(const TiXmlElement& element, const char* attribute) {
     return text_of(element, attribute) == "true";
 }

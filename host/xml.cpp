@@ -77,4 +77,9 @@ void parse_xml(const std::string& utf8, const std::string& what, TiXmlDocument& 
     }
 }
 
+std::string text_of(const TiXmlElement& element, const char* attribute) {
+    const char* const value = element.Attribute(attribute);
+    return value ? value : "";
+}
+
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <string>
 
 class TiXmlDocument;
+class TiXmlElement;
 
 namespace host {
 
@@ -11,5 +12,8 @@ namespace host {
 /// Throws std::runtime_error, which says that it is no `what`, for anything else and for one that
 /// the parser could choke on.
 void parse_xml(const std::string& utf8, const std::string& what, TiXmlDocument& document);
+
+/// An attribute's value; empty where there is none.
+std::string text_of(const TiXmlElement& element, const char* attribute);
 
 }  // namespace host
