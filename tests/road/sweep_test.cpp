@@ -7,6 +7,9 @@
 namespace road {
 namespace {
 
+// Each exploration starts programs, which take long under Wine.
+const std::uint32_t step = machine_t::is_layered() ? 1 : 4;
+
 class Sweep : public Road {
   protected:
     Sweep() {
@@ -61,7 +64,7 @@ TEST_F(Sweep, EachCallOfTheClientFailsOnce) {
         if (entry.rfind("OCI", 0) != 0) {
             continue;
         }
-        for (std::uint32_t nth = 1; nth <= count; ++nth) {
+        for (std::uint32_t nth = 1; nth <= count; nth += step) {
             for (const sandbox::fault_t& fault :
                  {sandbox::ora(entry, 600, nth), sandbox::status(entry, -2, nth)}) {
                 SCOPED_TRACE(entry + " " + std::to_string(nth));
@@ -77,7 +80,7 @@ TEST_F(Sweep, EachCallOfTheClientFailsOnce) {
             }
         }
     }
-    EXPECT_GT(failures, 20u);
+    EXPECT_GT(failures, 20u / step);
     EXPECT_EQ(readable(run().result), readable(clean.result));
 }
 
@@ -113,7 +116,7 @@ TEST_F(Sweep, NoFailureLeavesADatabaseInBackupMode) {
         sandbox::hang("SELECT STATUS FROM V$INSTANCE"),
         sandbox::hang("SELECT DATABASE_STATUS FROM V$INSTANCE", 2)};
     for (const auto& [entry, count] : counts) {
-        for (std::uint32_t nth = 1; entry.rfind("OCI", 0) == 0 && nth <= count; ++nth) {
+        for (std::uint32_t nth = 1; entry.rfind("OCI", 0) == 0 && nth <= count; nth += step) {
             faults.push_back(sandbox::ora(entry, 600, nth));
             faults.push_back(sandbox::status(entry, -2, nth));
         }
