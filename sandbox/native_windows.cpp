@@ -81,6 +81,7 @@ class registry_copy_t {
   public:
     explicit registry_copy_t(const fs::path& registry_file)
         : m_name(copies + L"\\" + std::to_wstring(GetCurrentProcessId())) {
+        remove();  // what an earlier process of this number left when it was ended
         import(registry_file);
         HKEY copy = nullptr;
         LSTATUS status =
@@ -99,8 +100,7 @@ class registry_copy_t {
     }
     ~registry_copy_t() {
         RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-        RegDeleteTreeW(HKEY_CURRENT_USER, m_name.c_str());
-        RegDeleteKeyW(HKEY_CURRENT_USER, m_name.c_str());
+        remove();
         // Goes with the last copy.
         RegDeleteKeyW(HKEY_CURRENT_USER, copies.c_str());
     }
@@ -108,6 +108,11 @@ class registry_copy_t {
     registry_copy_t& operator=(const registry_copy_t&) = delete;
 
   private:
+    void remove() const {
+        RegDeleteTreeW(HKEY_CURRENT_USER, m_name.c_str());
+        RegDeleteKeyW(HKEY_CURRENT_USER, m_name.c_str());
+    }
+
     // By the system's own tool, from a copy of the file in which the keys lie elsewhere.
     void import(const fs::path& registry_file) const {
         std::ifstream stream(registry_file, std::ios::binary);
