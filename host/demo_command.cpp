@@ -71,7 +71,7 @@ exit_code demo(const arguments_t& arguments) {
     const std::string list = (folder / "logs.xml").u8string();
     road_t road(arguments.program, server);
 
-    road.say("A SERVER: three Oracle homes, seven databases, an ASM instance.");
+    road.say("A SERVER: four Oracle homes, seven databases, an ASM instance.");
     road.run({"sandbox", "create", server});
     road.say("What a backup agent sees of it. TEST is down, STBY is only mounted.");
     road.run({"explore"}, some_left_out);

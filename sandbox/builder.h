@@ -171,7 +171,7 @@ class server_t {
     ini_t m_accounts;
 };
 
-/// A server worth looking at: three homes, one of them read-only; a container database; databases
+/// A server worth looking at: four homes, one of them read-only; a container database; databases
 /// without archive logging, mounted, down, and of version 10; an ASM instance with two groups.
 void make_demo_server(const std::filesystem::path& directory);
 
