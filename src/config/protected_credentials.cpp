@@ -1,6 +1,7 @@
 #include "config/protected_credentials.h"
 
 #include <exception>
+#include <string>
 #include <vector>
 
 #include "support/logging/logger.h"
@@ -45,6 +46,17 @@ bool unprotect_credentials(const std::string& text, std::string& user, std::stri
         g_oralib_log.log_exception("Unable to deserialize protected credentials", e);
         return false;
     }
+}
+
+std::string hide_protected(std::string xml) {
+    for (const char* const name : {" conn=\"", " os_conn=\""}) {
+        std::size_t at = 0;
+        while ((at = xml.find(name, at)) != std::string::npos) {
+            const std::size_t end = xml.find('"', at + std::char_traits<char>::length(name));
+            xml.erase(at, end == std::string::npos ? end : end + 1 - at);
+        }
+    }
+    return xml;
 }
 
 }  // namespace specific::oracle

@@ -13,4 +13,7 @@ bool protect_credentials(const std::string& user, const std::string& password, s
 /// Reads any account that such a text holds.
 bool unprotect_credentials(const std::string& text, std::string& user, std::string& password);
 
+/// An XML text for the log: the protected forms in it (the attributes conn and os_conn) left out.
+std::string hide_protected(std::string xml);
+
 }  // namespace specific::oracle

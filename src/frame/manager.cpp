@@ -12,6 +12,7 @@
 #include "config/agent_config.h"
 #include "config/explore_config.h"
 #include "config/logon.h"
+#include "config/protected_credentials.h"
 #include "oracle/backup/backup_meta.h"
 #include "oracle/backup/finish.h"
 #include "oracle/backup/prepare.h"
@@ -256,7 +257,7 @@ void COracleManager::EnumLogs(std::wstring& result) {
 void COracleManager::RemoveLogsInTemp(const std::wstring& logs) {
     try {
         log_scope_t scope(g_oralib_log, "Removing oracle logs in temp: %1",
-                          util::to_ansi_safe(logs));
+                          hide_protected(util::to_ansi_safe(logs)));
         std::wstring folder;
         GetLogsFolder(folder);
         RemoveLogs(logs);

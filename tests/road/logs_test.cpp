@@ -228,6 +228,13 @@ TEST_F(Logs, OnlyWhatTheListMayDeleteGoes) {
     EXPECT_FALSE(exists(described)) << "found by the log's name";
     EXPECT_EQ(remove("logPath=\"" + unmarked + "\""), ORALIB_OK);
     EXPECT_FALSE(exists(unmarked)) << "an element without the mark names a copy";
+    const std::string folder_path = "C:\\ProgramData\\Tarny\\Backup\\OracleLogBackup\\folder";
+    std::filesystem::create_directories(machine.find(folder_path));
+    EXPECT_EQ(remove("logPath=\"" + folder_path + "\""), ORALIB_OK);
+    EXPECT_TRUE(exists(folder_path)) << "no file";
+    write_file(machine.find(file("odd.xml")), "<!-- no element -->");
+    write_file(machine.find(file("empty.xml")), "");
+    EXPECT_EQ(module.enum_logs().result, "<archived_logs />");
     EXPECT_EQ(module.remove_logs("<archived_logs/>").code, ORALIB_OK);
     EXPECT_EQ(module.remove_logs("<!-- nothing -->").code, ORALIB_OK);
     expect_in_log("Failed to remove oracle logs.");

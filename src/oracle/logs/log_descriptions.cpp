@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "config/protected_credentials.h"
 #include "platform/platform.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/scope.h"
@@ -29,7 +30,7 @@ xml_node_t new_list() {
 // The list as the host gets it; the log has it too.
 std::wstring finish_list(const xml_node_t& list) {
     const std::string text = util::xml_serialize(list);
-    g_oralib_log.line(text);
+    g_oralib_log.line(hide_protected(text));
     return util::from_ansi(text);
 }
 
@@ -56,14 +57,25 @@ xml_node_t describe(const SArchLogInfo& log, const std::wstring& creationTimeUtc
     return document;
 }
 
+// A half one could not be parsed, and would fail every listing.
+void write_file(const std::wstring& path, const std::string& text) {
+    auto file = win::win_file_t::create_or_open(path, CREATE_ALWAYS);
+    try {
+        file->write(text.data(), text.size());
+    } catch (const std::exception&) {
+        file.reset();
+        win::remove_leftover(path);
+        throw;
+    }
+}
+
 xml_node_t SaveLogDescription(const SArchLogInfo& log, const std::wstring& path,
                               const std::wstring& creationTimeUtc) {
     try {
         log_scope_t scope(g_oralib_log, "Saving oracle log description to: %1",
                           util::to_ansi_safe(path));
         const xml_node_t document = describe(log, creationTimeUtc);
-        const std::string text = util::xml_serialize(document);
-        win::win_file_t::create_or_open(path, CREATE_ALWAYS)->write(text.data(), text.size());
+        write_file(path, util::xml_serialize(document));
         scope.ok();
         return document;
     } catch (const std::exception& e) {
@@ -71,11 +83,15 @@ xml_node_t SaveLogDescription(const SArchLogInfo& log, const std::wstring& path,
     }
 }
 
+bool is_file(const std::wstring& path) {
+    return win::path_exists(path) && !win::folder_exists(path);
+}
+
 void remove_log(const xml_node_t& element) {
     const std::wstring log_path = util::xml_get_wide_attribute(element, "logPath");
     bool is_copied = true;
     util::xml_try_get_bool_attribute(element, "isLogCopied", is_copied);
-    if (is_copied && win::path_exists(log_path)) {
+    if (is_copied && is_file(log_path)) {
         g_oralib_log.line("Found oracle log to delete: %1", util::to_ansi_safe(log_path));
         win::remove_file(log_path);
     }
@@ -84,8 +100,17 @@ void remove_log(const xml_node_t& element) {
     const std::wstring xml_path = narrow_xml_path.empty()
                                       ? win::replace_extension(log_path, L".xml")
                                       : util::from_ansi(narrow_xml_path);
-    if (win::path_exists(xml_path)) {
+    if (is_file(xml_path)) {
         win::remove_file(xml_path);
+    }
+}
+
+// Copies that no description names would lie there for ever.
+void remove_undescribed(const arch_logs_t& logs) {
+    for (const auto& log : logs) {
+        if (log->isLogCopied && !win::path_exists(log->xmlLogPath)) {
+            win::remove_leftover(log->logPath);
+        }
     }
 }
 
@@ -103,6 +128,7 @@ std::wstring SaveLogDescriptions(const arch_logs_t& logs, const std::wstring& cr
         }
         return finish_list(list);
     } catch (const std::exception& e) {
+        remove_undescribed(logs);
         exc::rethrow_with_trace(save_failure, e);
     }
 }
@@ -119,7 +145,8 @@ std::wstring EnumLogDescriptions(const std::wstring& folder) {
                 g_oralib_log.line("Found xml file: %1", util::to_ansi_safe(path));
                 const std::string text = win::win_file_t::open_read_only(path)->read_all();
                 if (!text.empty()) {
-                    util::xml_graft(root, util::xml_parse(text));
+                    // The meta file of a backup under way comes up too.
+                    util::xml_graft(root, util::xml_parse_secret(text));
                 }
             }
         }
@@ -131,9 +158,9 @@ std::wstring EnumLogDescriptions(const std::wstring& folder) {
 
 void RemoveLogs(const std::wstring& logs) {
     try {
-        const std::string text = util::to_ansi(logs);
-        log_scope_t scope(g_oralib_log, "Removing oracle logs: %1", text);
-        const xml_node_t list = util::xml_first_child(util::xml_parse(text));
+        log_scope_t scope(g_oralib_log, "Removing oracle logs: %1",
+                          hide_protected(util::to_ansi_safe(logs)));
+        const xml_node_t list = util::xml_first_child(util::xml_parse(util::to_ansi(logs)));
         for (const xml_node_t& element : util::xml_child_elements(list)) {
             remove_log(element);
         }

@@ -47,20 +47,14 @@ void copy_pieces(win::win_file_t& source, win::win_file_t& target) {
     }
 }
 
-// Nothing describes half a copy, so nobody would ever remove it.
-void copy_file(const std::wstring& name, const std::wstring& target_path) {
-    const auto source = win::win_file_t::open_read_only(name);
-    auto target = win::win_file_t::create_or_open(target_path, CREATE_ALWAYS);
+// Only a log with a size is described; one that cannot be looked at costs itself.
+void read_size(SArchLogInfo& log) {
     try {
-        copy_pieces(*source, *target);
-    } catch (const std::exception&) {
-        target.reset();
-        try {
-            win::remove_file(target_path);
-        } catch (const std::exception& e) {
-            g_oralib_log.log_what(e);
+        if (!log.logPath.empty() && win::path_exists(log.logPath)) {
+            log.size = std::to_wstring(win::file_size(log.logPath));
         }
-        throw;
+    } catch (const std::exception& e) {
+        g_oralib_log.log_what(e);
     }
 }
 
@@ -176,9 +170,7 @@ void COracleLogsBackup::CopyLogs(const arch_logs_t& logs, const std::wstring& fo
             log->logPath = log->name;
             log->isLogCopied = false;
         }
-        if (!log->logPath.empty() && win::path_exists(log->logPath)) {
-            log->size = std::to_wstring(win::file_size(log->logPath));
-        }
+        read_size(*log);
     }
 }
 
@@ -188,7 +180,8 @@ bool COracleLogsBackup::CopyArchivedLog(const std::wstring& name,
         if (is_asm_path(name)) {
             copy_asm_file(*holder->get_session(), util::to_ansi(name), util::to_ansi(target));
         } else {
-            copy_file(name, target);
+            copy_pieces(*win::win_file_t::open_read_only(name),
+                        *win::win_file_t::create_or_open(target, CREATE_ALWAYS));
         }
         return true;
     } catch (const std::exception& e) {
@@ -196,6 +189,8 @@ bool COracleLogsBackup::CopyArchivedLog(const std::wstring& name,
             util::format_message("Failed to copy archived log from [%1] to [%2]",
                                  to_ansi_safe(name), to_ansi_safe(target)),
             e);
+        // Nothing would describe it, so nobody would ever remove it.
+        win::remove_leftover(target);
         return false;
     }
 }

@@ -52,8 +52,8 @@ bool LogFileExists(const std::wstring& name,
         }
         return win::path_exists(name);
     } catch (const std::exception& e) {
-        g_oralib_log.line("Unable to check if log [%1] exists: %2", util::to_ansi_safe(name),
-                          e.what() ? e.what() : "");
+        g_oralib_log.warning("Unable to check if log [%1] exists: %2", util::to_ansi_safe(name),
+                             e.what() ? e.what() : "");
         return true;
     }
 }

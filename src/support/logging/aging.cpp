@@ -59,15 +59,23 @@ void check_size(receiver::log_file_t& log_file) {
         return;
     }
     const std::wstring archive = log_file.get_path() + L".gz";
-    age_file(archive, L".log.gz", archives_limit);
+    // Where nothing stands in the new archive's place, as after one that could not be written, the
+    // older ones stay where they are.
+    if (win::path_exists(archive)) {
+        age_file(archive, L".log.gz", archives_limit);
+    }
+    bool is_emptied = false;
     try {
         util::zip_writer_t writer(archive);
         log_file.compress_to(writer);
+        is_emptied = true;
         writer.close();
     } catch (const std::exception&) {
-        // A fragment would age in the place of a good archive.
-        boost::system::error_code ignored;
-        boost::filesystem::remove(platform::native_path(archive), ignored);
+        // A fragment would age in the place of a good archive, unless it is all there is.
+        if (!is_emptied) {
+            boost::system::error_code ignored;
+            boost::filesystem::remove(platform::native_path(archive), ignored);
+        }
         throw;
     }
 }

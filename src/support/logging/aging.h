@@ -10,7 +10,7 @@ namespace logging {
 
 /// A log of 15 MiB or more goes into a new archive "<path>.gz", and starts again empty; older
 /// archives are aged. Throws; an archive that could not be written is deleted, and the log then
-/// keeps its lines unless the very end of the archive failed.
+/// keeps its lines; one whose very end failed stays, as the log is empty by then.
 void check_size(receiver::log_file_t& log_file);
 
 /// Renames `path` to age 1, age n to age n + 1, and deletes age `limit`. Age n has the number in

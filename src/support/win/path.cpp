@@ -1,6 +1,7 @@
 #include "support/win/path.h"
 
 #include <algorithm>
+#include <exception>
 #include <vector>
 
 #include <boost/filesystem/operations.hpp>
@@ -8,6 +9,7 @@
 #include "platform/paths.h"
 #include "platform/platform.h"
 #include "support/exc/exc.h"
+#include "support/logging/logger.h"
 #include "support/text/convert.h"
 #include "support/win/file.h"
 #include "support/win/impersonation.h"
@@ -134,6 +136,14 @@ void remove_file(const std::wstring& path) {
 
 void remove_file(const std::string& path) {
     remove_file(util::from_ansi(path));
+}
+
+void remove_leftover(const std::wstring& path) {
+    try {
+        remove_file(path);
+    } catch (const std::exception& e) {
+        logging::g_unnamed_log.log_what(e);
+    }
 }
 
 void create_empty_file(const std::wstring& path) {

@@ -23,6 +23,9 @@ std::vector<std::wstring> list_files(const std::wstring& folder);
 void remove_file(const std::wstring& path);
 void remove_file(const std::string& path);
 
+/// For what a failure has left behind: a failure to delete it is logged as a warning.
+void remove_leftover(const std::wstring& path);
+
 /// Throws win_sys_exc_t.
 void create_empty_file(const std::wstring& path);
 

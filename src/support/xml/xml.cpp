@@ -100,7 +100,9 @@ xml_node_t xml_add_element(const xml_node_t& parent, const std::string& name) {
 }
 
 void xml_graft(const xml_node_t& target, const xml_node_t& source) {
-    target.node->InsertEndChild(*source.node->FirstChildElement());
+    if (const TiXmlElement* const element = source.node->FirstChildElement()) {
+        target.node->InsertEndChild(*element);
+    }
 }
 
 xml_node_t xml_child(const xml_node_t& parent, const std::string& name) {

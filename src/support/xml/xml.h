@@ -36,7 +36,8 @@ xml_node_t xml_document(const xml_node_t& node);
 
 /// A new last child of `parent`; throws where that is no node.
 xml_node_t xml_add_element(const xml_node_t& parent, const std::string& name);
-/// Copies the first element of `source` with all below it to the end of `target`'s children.
+/// Copies the first element of `source`, if it has one, with all below it to the end of `target`'s
+/// children.
 void xml_graft(const xml_node_t& target, const xml_node_t& source);
 
 /// The first child element of that name; throws where there is none.
