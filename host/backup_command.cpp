@@ -21,7 +21,8 @@ exit_code prepare(const arguments_t& arguments) {
     const std::string& file = arguments.operands[0];
     const logon_t logon = get_logon(arguments);
     const auto module = open_module(arguments);
-    const exit_code code = prepare_into(file, *module, arguments, logon);
+    std::string document;
+    const exit_code code = prepare_into(file, *module, arguments, logon, document);
     std::cout << "\nTake the snapshot now, then always: " << arguments.program
               << sandbox_words(arguments) << " finish " << file << "\n";
     return code;

@@ -44,8 +44,9 @@ struct finish_verdict_t {
 // it did not find open; its log tells.
 finish_verdict_t verdict_of_finish(int action, const finish_log_t& log) {
     if (action == 3) {
-        return log.trouble.empty() ? finish_verdict_t{"started again", true}
-                                   : finish_verdict_t{"MAY STILL BE DOWN", false};
+        return log.trouble.empty() && log.came_to_its_end
+                   ? finish_verdict_t{"started again", true}
+                   : finish_verdict_t{"MAY STILL BE DOWN", false};
     }
     if (action != 2) {
         return {"nothing to do", true};
@@ -96,7 +97,7 @@ std::string sandbox_words(const arguments_t& arguments) {
 }
 
 exit_code prepare_into(const std::string& file, module_t& module, const arguments_t& arguments,
-                       const logon_t& logon) {
+                       const logon_t& logon, std::string& document) {
     const std::string config = read_option_file(arguments, "--config");
     if (has_content(file)) {
         throw std::runtime_error(file +
@@ -105,15 +106,16 @@ exit_code prepare_into(const std::string& file, module_t& module, const argument
     }
     // Tells already whether the file can be written at all.
     write_whole(file, "");
-    std::string text;
     {
         const progress_t progress("preparing");
-        write_whole(file, make_intent_document(
-                              read_explore_document(module.explore(false, logon, config))));
-        text = module.prepare(logon, {}, config);
-        write_whole(file, text);
+        const std::string intent =
+            make_intent_document(read_explore_document(module.explore(false, logon, config)));
+        write_whole(file, intent);
+        document = intent;
+        document = module.prepare(logon, {}, config);
+        write_whole(file, document);
     }
-    const std::vector<prepared_db_t> databases = read_prepare_document(text);
+    const std::vector<prepared_db_t> databases = read_prepare_document(document);
     print_prepared(databases, arguments.has("--trace"));
     for (const prepared_db_t& database : databases) {
         if (!is_protected(database)) {
@@ -125,13 +127,13 @@ exit_code prepare_into(const std::string& file, module_t& module, const argument
 
 exit_code finish_by(const std::string& document, module_t& module, const arguments_t& arguments,
                     const logon_t& logon) {
-    const std::vector<prepared_db_t> databases = read_prepare_document(document);
     const log_watch_t watch(arguments);
     {
         const progress_t progress("finishing");
         module.finish(document, logon);
     }
-    return print_finished(databases, watch.written_since(), arguments.has("--trace"));
+    return print_finished(read_prepare_document(document), watch.written_since(),
+                          arguments.has("--trace"));
 }
 
 void put_away(const std::string& file) {

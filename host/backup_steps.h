@@ -9,10 +9,11 @@
 namespace host {
 
 /// Prepares all databases. Before anything is changed, `file` holds what might have to be undone,
-/// by what exploring shows; afterwards the prepare document. Throws std::runtime_error, also where
-/// `file` has content already.
+/// by what exploring shows; afterwards the prepare document. `document` is the same in memory,
+/// empty as long as nothing was touched, also when it throws std::runtime_error, as where `file`
+/// has content already.
 exit_code prepare_into(const std::string& file, module_t& module, const arguments_t& arguments,
-                       const logon_t& logon);
+                       const logon_t& logon, std::string& document);
 
 /// Finishes by a prepare document. Throws std::runtime_error.
 exit_code finish_by(const std::string& document, module_t& module, const arguments_t& arguments,

@@ -23,6 +23,7 @@ constexpr auto grace = std::chrono::seconds(10);
 
 volatile sig_atomic_t g_asked = 0;
 std::array<struct sigaction, ending_signals.size()> g_before;
+struct sigaction g_before_pipe;
 
 void note(int) {
     g_asked = 1;
@@ -37,7 +38,11 @@ pid_t start(const std::vector<std::string>& words) {
     arguments.push_back(nullptr);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setpgroup(&attributes, 0);
     pid_t child = 0;
     const int error =
@@ -58,12 +63,16 @@ end_requests_t::end_requests_t() {
     for (std::size_t i = 0; i < ending_signals.size(); ++i) {
         sigaction(ending_signals[i], &action, &g_before[i]);
     }
+    // Nor may a reader of the output that is gone end the process.
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, &g_before_pipe);
 }
 
 end_requests_t::~end_requests_t() {
     for (std::size_t i = 0; i < ending_signals.size(); ++i) {
         sigaction(ending_signals[i], &g_before[i], nullptr);
     }
+    sigaction(SIGPIPE, &g_before_pipe, nullptr);
 }
 
 bool end_requests_t::was_asked() {
@@ -78,7 +87,11 @@ child_outcome_t run_child(const std::vector<std::string>& words, std::chrono::se
     child_end how = child_end::exited;
     for (;;) {
         int status = 0;
-        if (waitpid(child, &status, WNOHANG) == child) {
+        const pid_t ended = waitpid(child, &status, WNOHANG);
+        if (ended < 0 && errno != EINTR) {
+            return {how, 1};  // somebody else has its exit code
+        }
+        if (ended == child) {
             if (how != child_end::exited) {
                 kill(-child, SIGKILL);  // what it left behind
             }
@@ -88,6 +101,9 @@ child_outcome_t run_child(const std::vector<std::string>& words, std::chrono::se
         if (how != child_end::exited) {
             if (now - asked_to_end > grace) {
                 kill(-child, SIGKILL);
+            }
+            if (now - asked_to_end > 2 * grace) {
+                return {how, 1};  // stuck in the system; the databases must not wait for it
             }
         } else if (end_requests_t::was_asked() || now - begin > limit) {
             how = end_requests_t::was_asked() ? child_end::interrupted : child_end::timed_out;

@@ -12,6 +12,7 @@ namespace host {
 namespace {
 
 constexpr DWORD look_every_ms = 20;
+constexpr auto grace = std::chrono::seconds(20);
 
 std::atomic<bool> g_asked{false};
 HANDLE g_done = nullptr;
@@ -87,11 +88,17 @@ child_outcome_t run_child(const std::vector<std::string>& words, std::chrono::se
 
     const auto begin = std::chrono::steady_clock::now();
     child_end how = child_end::exited;
+    std::chrono::steady_clock::time_point asked_to_end;
     while (WaitForSingleObject(child.hProcess, look_every_ms) == WAIT_TIMEOUT) {
-        const bool is_over = std::chrono::steady_clock::now() - begin > limit;
+        const auto now = std::chrono::steady_clock::now();
+        const bool is_over = now - begin > limit;
         if (how == child_end::exited && (end_requests_t::was_asked() || is_over)) {
             how = end_requests_t::was_asked() ? child_end::interrupted : child_end::timed_out;
+            asked_to_end = now;
             TerminateJobObject(job, 1);
+            TerminateProcess(child.hProcess, 1);  // where it could not be put into the job
+        } else if (how != child_end::exited && now - asked_to_end > grace) {
+            break;  // stuck in the system; the databases must not wait for it
         }
     }
     DWORD code = 0;

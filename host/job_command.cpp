@@ -27,10 +27,10 @@ std::string document_file(const arguments_t& arguments) {
 }
 
 // Whatever happened before, whoever calls must not be left without this.
-exit_code finish_file(const std::string& file, module_t& module, const arguments_t& arguments,
-                      const logon_t& logon) {
+exit_code finish_file(const std::string& file, const std::string& document, module_t& module,
+                      const arguments_t& arguments, const logon_t& logon) {
     try {
-        const exit_code code = finish_by(read_text(file), module, arguments, logon);
+        const exit_code code = finish_by(document, module, arguments, logon);
         if (code == all_well) {
             put_away(file);
             return code;
@@ -79,16 +79,17 @@ exit_code job(const arguments_t& arguments) {
     const end_requests_t requests;
     exit_code prepared = failed;
     exit_code commanded = failed;
+    std::string document;  // the command may reach the file
     try {
-        prepared = prepare_into(file, *module, arguments, logon);
+        prepared = prepare_into(file, *module, arguments, logon, document);
         commanded = run_command(arguments, limit);
     } catch (const std::exception& e) {
         print_failure(std::cerr, e.what(), arguments.has("--trace"));
-        if (!has_content(file)) {
+        if (document.empty()) {
             return failed;  // nothing was touched
         }
     }
-    const exit_code finished = finish_file(file, *module, arguments, logon);
+    const exit_code finished = finish_file(file, document, *module, arguments, logon);
     return finished != all_well ? finished : commanded != all_well ? commanded : prepared;
 }
 
@@ -107,7 +108,8 @@ exit_code recover(const arguments_t& arguments) {
         if (has_content(saved)) {
             is_any = true;
             std::cout << "By " << saved << ":\n";
-            const exit_code finished = finish_file(saved, *module, arguments, logon);
+            const exit_code finished =
+                finish_file(saved, read_text(saved), *module, arguments, logon);
             code = code == all_well ? finished : code;
         }
     }

@@ -107,6 +107,7 @@ finish_log_t read_finish_log(const std::string& log, const std::string& sid) {
         if (line.text.rfind(begin, 0) == 0) {
             inside =
                 line.text.size() < 4 || line.text.compare(line.text.size() - 4, 4, " ok.") != 0;
+            result.came_to_its_end = !inside;
         } else if (line.text.rfind("Finish db", 0) == 0) {
             inside = false;
         }

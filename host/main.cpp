@@ -49,7 +49,7 @@ int main(int argc, char** argv) {
         const host::exit_code code = run(all_commands(), program, words);
         if (!std::cout.flush()) {
             std::cerr << "oralib-host: cannot write to standard output\n";
-            return host::failed;
+            return code == host::all_well ? host::failed : code;
         }
         return code;
     } catch (const host::usage_error_t& e) {

@@ -122,7 +122,7 @@ TEST_F(Impersonation, ASecurityContext) {
     EXPECT_FALSE(is_impersonating());
     arm("RevertSecurityContext", 1, 0);
     win::make_file_scope(path);
-    EXPECT_NE(news().find("ERR |Security context failed to revert to self: 0x80090301."),
+    EXPECT_NE(news().find("WARN|Security context failed to revert to self: 0x80090301."),
               std::string::npos);
     CloseHandle(token);
     RevertToSelf();

@@ -225,7 +225,7 @@ win_impersonation_session_t::~win_impersonation_session_t() {
         try {
             context->leave();
         } catch (const std::exception& e) {
-            g_unnamed_log.log_what_thread(e);
+            g_unnamed_log.log_what(e);
         }
     }
 }
