@@ -55,6 +55,7 @@ struct user_t {
     std::string name;
     std::string password;
     bool sysdba = false;
+    bool password_expires = false;  ///< soon: each logon by it says so
 };
 
 struct archived_log_t {

@@ -1,5 +1,7 @@
 #include "sandbox/faults.h"
 
+#include <fstream>
+#include <system_error>
 #include <vector>
 
 #include "sandbox/database.h"
@@ -14,14 +16,22 @@ std::vector<std::string> chosen(const std::filesystem::path& sandbox, const std:
     return sid == "*" ? list_sids(sandbox) : std::vector<std::string>{sid};
 }
 
+std::filesystem::path sign(const std::filesystem::path& sandbox) {
+    return sandbox / "oracle/released";
+}
+
 }  // namespace
 
 const char* to_text(fault_kind kind) {
-    static const char* const names[] = {"ora", "status", "hang", "crash", "divide", "delay"};
+    static const char* const names[] = {"ora",    "status", "hang",     "wait",    "crash",
+                                        "divide", "delay",  "delay_us", "env_left"};
     return names[static_cast<int>(kind)];
 }
 
 void set_fault(const std::filesystem::path& sandbox, const std::string& sid, const fault_t& fault) {
+    if (fault.kind == fault_kind::wait) {
+        std::filesystem::remove(sign(sandbox));
+    }
     for (const std::string& name : chosen(sandbox, sid)) {
         const database_t database(instance_file(sandbox, name), database_t::mode::existing);
         query_t(database,
@@ -40,6 +50,15 @@ void clear_faults(const std::filesystem::path& sandbox, const std::string& sid) 
         database_t(instance_file(sandbox, name), database_t::mode::existing)
             .execute("DELETE FROM sandbox_fault");
     }
+}
+
+void release(const std::filesystem::path& sandbox) {
+    std::ofstream file(sign(sandbox));
+}
+
+bool is_released(const std::filesystem::path& sandbox) {
+    std::error_code ignored;
+    return std::filesystem::exists(sign(sandbox), ignored);
 }
 
 }  // namespace sandbox

@@ -281,11 +281,15 @@ void add_instance_row(const database_t& database, const home_t& home, const inst
 }
 
 void add_rest(const database_t& database, const instance_t& instance) {
-    query_t user(database, "INSERT OR REPLACE INTO sandbox_user VALUES(?, ?, ?)");
-    user.bind(1, "SYSTEM").bind(2, "manager").bind(3, 0).run();
-    user.bind(1, "SYS").bind(2, "oracle").bind(3, 1).run();
+    query_t user(database, "INSERT OR REPLACE INTO sandbox_user VALUES(?, ?, ?, ?)");
+    user.bind(1, "SYSTEM").bind(2, "manager").bind(3, 0).bind(4, 0).run();
+    user.bind(1, "SYS").bind(2, "oracle").bind(3, 1).bind(4, 0).run();
     for (const user_t& entry : instance.users) {
-        user.bind(1, to_upper(entry.name)).bind(2, entry.password).bind(3, entry.sysdba).run();
+        user.bind(1, to_upper(entry.name))
+            .bind(2, entry.password)
+            .bind(3, entry.sysdba)
+            .bind(4, entry.password_expires)
+            .run();
     }
     query_t point(database,
                   "INSERT INTO V$RESTORE_POINT(SCN, GUARANTEE_FLASHBACK_DATABASE, "

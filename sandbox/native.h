@@ -2,6 +2,7 @@
 // and native_windows.cpp.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -32,6 +33,8 @@ void write_command_file(const std::filesystem::path& file, const std::vector<std
 long process_id();
 long thread_id();
 void sleep_microseconds(long microseconds);
+/// Not a microsecond early or late, as far as the processor is free: it spins at the end.
+void sleep_until(std::chrono::steady_clock::time_point end);
 /// Blocks in a call of the system, for ever, holding nothing.
 [[noreturn]] void sleep_forever();
 

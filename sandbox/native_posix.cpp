@@ -1,6 +1,5 @@
 #include "sandbox/native.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -16,6 +15,12 @@ namespace sandbox {
 
 void sleep_microseconds(long microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+void sleep_until(std::chrono::steady_clock::time_point end) {
+    std::this_thread::sleep_until(end - std::chrono::milliseconds(2));
+    while (std::chrono::steady_clock::now() < end) {
+    }
 }
 
 std::string environment(const char* name) {

@@ -1,6 +1,5 @@
 #include "sandbox/native.h"
 
-#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -36,6 +35,13 @@ std::runtime_error failure(const std::string& what, DWORD code) {
 
 void sleep_microseconds(long microseconds) {
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+void sleep_until(std::chrono::steady_clock::time_point end) {
+    // The system wakes sleepers by a clock of some 16 ms.
+    std::this_thread::sleep_until(end - std::chrono::milliseconds(17));
+    while (std::chrono::steady_clock::now() < end) {
+    }
 }
 
 // The system's, not the run-time library's copy, which other modules do not see.

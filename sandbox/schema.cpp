@@ -30,7 +30,7 @@ CREATE TABLE sandbox_datafile(
     checkpoint_time TEXT, backup_change INTEGER, backup_time TEXT, container INTEGER);
 CREATE TABLE sandbox_pdb(
     container INTEGER PRIMARY KEY, dbid INTEGER, name TEXT, guid TEXT, mode TEXT, saved_mode TEXT);
-CREATE TABLE sandbox_user(name TEXT PRIMARY KEY, password TEXT, sysdba INTEGER);
+CREATE TABLE sandbox_user(name TEXT PRIMARY KEY, password TEXT, sysdba INTEGER, expires INTEGER);
 CREATE TABLE sandbox_fault(
     id INTEGER PRIMARY KEY, target TEXT, nth INTEGER DEFAULT 1, hits INTEGER DEFAULT 0, kind TEXT,
     value INTEGER DEFAULT 0, text TEXT);

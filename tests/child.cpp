@@ -5,6 +5,8 @@
 //   env NAME             says the variable's value
 //   dump FILE            adds the command line and the whole environment to FILE
 //   sleep MILLISECONDS
+//   helper               starts another, which keeps the standard output until its input ends
+//   wait                 for the end of the standard input
 //   exit CODE
 #include <chrono>
 #include <cstdio>
@@ -18,6 +20,7 @@
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
+#include <process.h>
 #define environ _environ
 #else
 #include <unistd.h>
@@ -50,6 +53,23 @@ void dump(const std::string& file, int argc, char** argv) {
     }
 }
 
+void wait_for_end_of_input() {
+    while (std::getchar() != EOF) {
+    }
+}
+
+void start_helper() {
+#ifdef _WIN32
+    _putenv("ORALIB_CHILD=wait");
+    _spawnl(_P_NOWAIT, _pgmptr, "helper", nullptr);
+#else
+    if (fork() == 0) {
+        wait_for_end_of_input();
+        _exit(0);
+    }
+#endif
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -68,6 +88,10 @@ int main(int argc, char** argv) {
             for (int j = 1; j < argc; ++j) {
                 say(stdout, argv[j] + std::string("\n"));
             }
+            continue;
+        }
+        if (verb == "helper" || verb == "wait") {
+            verb == "wait" ? wait_for_end_of_input() : start_helper();
             continue;
         }
         if (++i == words.size()) {

@@ -5,12 +5,18 @@
  * OracleVssStopLib at the end. The module may be unloaded once no call is running; loading it
  * again reads the settings anew.
  *
- * Text     Every text is a zero-terminated string of 16-bit UTF-16 units. An input text is never
- *          null (an empty one stands for "none") and belongs to the host; the module keeps no
- *          pointer to it after the call. Documents are XML texts.
+ * Order    OracleVssInitLib, operations, OracleVssStopLib. It is not enforced: before
+ *          OracleVssInitLib an operation works but writes no log, after OracleVssStopLib it works
+ *          as before.
+ * Text     Every text is a zero-terminated string of 16-bit UTF-16 units. An input text belongs to
+ *          the host; the module keeps no pointer to it after the call. An empty one stands for
+ *          "none". Documents are XML texts; the encoding that one declares is not looked at.
  * Output   The host sets each output to null (or false) before the call. A result is stored only
  *          on success and errorText only on failure; the other stays as the host left it. A text
  *          stored by the module belongs to the host and is released with OracleLibStrFree alone.
+ *          A bool is one byte, 0 or 1, as argument and as output.
+ * Null     No pointer is tested: an input or an output that is null ends in an access violation,
+ *          which passes to the host. Only OracleLibStrFree takes a null pointer.
  * Result   ORALIB_OK or ORALIB_FAILED, nothing else. ORALIB_OK says that the operation ran to its
  *          end. It does not say that every database went well: work on one database or one log
  *          that fails is written to the log, reported in the document where the document has a
@@ -20,9 +26,9 @@
  *          people. Passwords never appear in it, nor in the log.
  * Threads  Calls run on the caller's thread and under its security token. OracleVssInitLib is
  *          called from one thread before the others; after that operations may run on several
- *          threads at once, but exploration not twice at once, and prepare and finish not at the
- *          same time for the same databases. Connections are made one after the other; one that
- *          hangs holds the others up for OracleConnectionTimeout seconds at most.
+ *          threads at once, but not two explorations, nor prepare and finish for the same
+ *          databases: nothing in the module keeps them apart. Connections are made one after the
+ *          other; one that hangs holds the others up for OracleConnectionTimeout seconds at most.
  * Process  The module sets ORACLE_HOME and ORACLE_SID in the environment of the process.
  *
  * An empty userName means operating-system authentication to the database.
@@ -68,7 +74,8 @@ extern "C" {
  * Starts the log and reads the settings; once for each load of the module, later calls return
  * ORALIB_OK and do nothing. After a failure it may be called again.
  * logName: name of the log file with its extension, relative to the log directory, or an absolute
- * path. An empty name sends the log to standard output.
+ * path. An empty name sends the log to standard output. In any case the start of the log prints one
+ * line on standard output, "LOG: Initializing log file ...".
  */
 ORALIB_API oralib_result ORALIB_CALL OracleVssInitLib(const oralib_char* logName,
                                                       oralib_char** errorText);
@@ -89,7 +96,8 @@ ORALIB_API oralib_result ORALIB_CALL OracleExploreInstances(
 
 /*
  * Brings each database into a state in which a snapshot of it can be restored. *resultXml is the
- * only memory of what was done and must be given to OracleFinishDbsBackup, whatever happens.
+ * only memory of what was done and must be given to OracleFinishDbsBackup, whatever happens. A
+ * database is shut down only where it said that it has no archive logging.
  * osUserName, osPassword: the account to use at restore time.
  */
 ORALIB_API oralib_result ORALIB_CALL OraclePrepareDbsForBackup(
@@ -97,7 +105,10 @@ ORALIB_API oralib_result ORALIB_CALL OraclePrepareDbsForBackup(
     const oralib_char* osUserName, const oralib_char* osPassword, oralib_char** resultXml,
     oralib_char** errorText);
 
-/* Undoes what OraclePrepareDbsForBackup did, by the document that it returned. */
+/*
+ * Undoes what OraclePrepareDbsForBackup did, by the document that it returned. Where the folder of
+ * the meta file cannot be made it fails, after all databases have been finished.
+ */
 ORALIB_API oralib_result ORALIB_CALL OracleFinishDbsBackup(const oralib_char* prepareXml,
                                                            const oralib_char* userName,
                                                            const oralib_char* password,
@@ -124,7 +135,10 @@ ORALIB_API oralib_result ORALIB_CALL OracleRemoveLogsInTemp(const oralib_char* l
 ORALIB_API oralib_result ORALIB_CALL OracleGetLogsFolder(oralib_char** folder,
                                                          oralib_char** errorText);
 
-/* Deletes the archived logs of one instance that are older than so many minutes. */
+/*
+ * Deletes the archived logs of one instance that are older than so many minutes. More minutes than
+ * there is time delete nothing, a negative number counts into the future.
+ */
 ORALIB_API oralib_result ORALIB_CALL OracleDeleteLogsByTime(const oralib_char* oracleHome,
                                                             const oralib_char* sid, int32_t minutes,
                                                             const oralib_char* userName,

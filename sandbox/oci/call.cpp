@@ -6,6 +6,7 @@
 
 #include "sandbox/faults.h"
 #include "sandbox/journal.h"
+#include "sandbox/oci/charset.h"
 
 namespace sandbox::oci {
 
@@ -13,6 +14,12 @@ namespace {
 
 std::atomic<long long> g_nanoseconds{0};
 std::atomic<long long> g_calls{0};
+
+// A client library that takes its time to load.
+const bool g_loaded = [] {
+    sleep_microseconds(std::atol(environment("ORALIB_OCI_LOAD_MS").c_str()) * 1000);
+    return true;
+}();
 
 struct blow_t {
     std::string kind;
@@ -69,8 +76,22 @@ SANDBOX_FAULTY int divide_by_zero() {
 void set_error(OCIError* error, const ora_error_t& failure) {
     if (error) {
         error->code = failure.code;
-        error->text = failure.text;
+        error->text = to_client(failure.text);
     }
+}
+
+void require_default(ub4 mode) {
+    if (mode != OCI_DEFAULT) {
+        fail(24300, "bad value for mode");
+    }
+}
+
+OCISession& require_session(const OCISvcCtx& service) {
+    if (!service.server || !service.server->attached || !service.session ||
+        !service.session->begun) {
+        fail(1012, "not logged on");
+    }
+    return *service.session;
 }
 
 void end_if_due() {
@@ -82,7 +103,7 @@ void end_if_due() {
 }
 
 bool strike(OCIEnv& env, const char* entry, const std::string& statement, OCIError* error,
-            sword& status) {
+            sword& status, std::chrono::steady_clock::time_point& not_before) {
     const blow_t blow = find_blow(env, entry, statement);
     if (blow.kind.empty()) {
         return false;
@@ -91,9 +112,20 @@ bool strike(OCIEnv& env, const char* entry, const std::string& statement, OCIErr
         sleep_microseconds(blow.value * 1000L);
         return false;
     }
+    if (blow.kind == to_text(fault_kind::delay_us)) {
+        not_before += std::chrono::microseconds(blow.value);
+        return false;
+    }
     if (blow.kind == to_text(fault_kind::ora)) {
-        set_error(error, {blow.value,
-                          blow.text.empty() ? ora_line(blow.value, "injected fault") : blow.text});
+        set_error(error, {blow.value, ora_line(blow.value, "injected fault")});
+        if (error && !blow.text.empty()) {
+            error->text = blow.text;
+        }
+        status = OCI_ERROR;
+        return true;
+    }
+    if (blow.kind == to_text(fault_kind::env_left)) {
+        env.outlives_failure = true;
         status = OCI_ERROR;
         return true;
     }
@@ -101,8 +133,14 @@ bool strike(OCIEnv& env, const char* entry, const std::string& statement, OCIErr
         status = blow.value;
         return true;
     }
-    // These do not come back, so the journal has them now, and nothing may be held.
+    // These come back late or never, so the journal has them now, and nothing may be held.
     note_call(env, entry, 0, 0, blow.kind);
+    if (blow.kind == to_text(fault_kind::wait)) {
+        while (!is_released(env.sandbox)) {
+            sleep_microseconds(1000);
+        }
+        return false;
+    }
     if (blow.kind == to_text(fault_kind::hang)) {
         sleep_forever();
     }

@@ -9,13 +9,20 @@
 #include "sandbox/oci/errors.h"
 #include "sandbox/oci/handles.h"
 
+#ifdef _WIN32
+#define SANDBOX_ENTRY extern "C" __declspec(dllexport)
+#else
+#define SANDBOX_ENTRY extern "C" __attribute__((visibility("default")))
+#endif
+
 namespace sandbox::oci {
 
 enum class cost { local, round_trip };
 
 /// Carries out the fault that strikes this call. True where the call ends with it, as `status`.
+/// The call may not return before `not_before`, which is when it came.
 bool strike(OCIEnv& env, const char* entry, const std::string& statement, OCIError* error,
-            sword& status);
+            sword& status, std::chrono::steady_clock::time_point& not_before);
 
 void note_call(const OCIEnv& env, const char* entry, sword status, int code,
                const std::string& detail);
@@ -28,7 +35,12 @@ void end_if_due();
 void add_time(std::chrono::steady_clock::time_point since);
 void write_times();
 
+/// The error in the client's character set.
 void set_error(OCIError* error, const ora_error_t& failure);
+
+void require_default(ub4 mode);
+/// The service's session, which is logged on.
+OCISession& require_session(const OCISvcCtx& service);
 
 /// `handles` are all that the call was given, null where one is not alive. `detail` goes to the
 /// journal as the body leaves it.
@@ -37,6 +49,7 @@ sword serve(const char* entry, cost price, std::initializer_list<handle_t*> hand
             OCIError* error, const std::string& detail, const Body& body) {
     end_if_due();
     const auto start = std::chrono::steady_clock::now();
+    auto not_before = start;
     OCIEnv* env = nullptr;
     bool valid = true;
     for (const handle_t* handle : handles) {
@@ -49,7 +62,7 @@ sword serve(const char* entry, cost price, std::initializer_list<handle_t*> hand
             set_error(error, {0, ""});
         }
         try {
-            if (!strike(*env, entry, detail, error, status)) {
+            if (!strike(*env, entry, detail, error, status, not_before)) {
                 if (price == cost::round_trip && env->round_trip_microseconds > 0) {
                     sleep_microseconds(env->round_trip_microseconds);
                 }
@@ -69,6 +82,9 @@ sword serve(const char* entry, cost price, std::initializer_list<handle_t*> hand
         note_call(*env, entry, status, error ? error->code : 0, detail);
     }
     add_time(start);
+    if (not_before > start) {
+        sleep_until(not_before);
+    }
     return status;
 }
 

@@ -154,15 +154,28 @@ int fetch_row(OCIStmt& statement) {
         return OCI_NO_DATA;
     }
     const cursor_t::cell_t* row = &cursor.cells[cursor.next_row++ * cursor.columns];
-    bool whole = true;
+    // An error of a column counts where the column has no array to tell of it. The row is written
+    // either way.
+    int untold = 0;
+    bool told = false;
     for (const auto& [position, define] : statement.defines) {
         const cursor_t::cell_t& cell = row[position - 1];
-        whole = (cell.length < 0
-                     ? write_null(*define)
-                     : write_value(*define, cursor.arena.data() + cell.begin, cell.length)) &&
-                whole;
+        if (cell.length < 0) {
+            write_null(*define);
+            untold = define->indicator || define->code ? untold : null_fetched;
+        } else if (!write_value(*define, cursor.arena.data() + cell.begin, cell.length)) {
+            const bool tells = define->length || define->code;
+            told = told || tells;
+            untold = tells ? untold : value_truncated;
+        }
     }
-    return whole ? OCI_SUCCESS : OCI_SUCCESS_WITH_INFO;
+    if (untold == null_fetched) {
+        fail(null_fetched, "fetched column value is NULL");
+    }
+    if (untold == value_truncated) {
+        fail(value_truncated, "fetched column value was truncated");
+    }
+    return told ? OCI_SUCCESS_WITH_INFO : OCI_SUCCESS;
 }
 
 }  // namespace sandbox::oci

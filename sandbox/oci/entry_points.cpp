@@ -1,4 +1,5 @@
-// The sixteen functions that the library binds. Each checks its arguments as strictly as it can.
+// The functions that the library binds, but for the two of start_and_stop.cpp. Each checks its
+// arguments as strictly as it can.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,12 +10,6 @@
 #include "sandbox/oci/statements.h"
 #include "sandbox/oci/values.h"
 #include "sandbox/paths.h"
-
-#ifdef _WIN32
-#define SANDBOX_ENTRY extern "C" __declspec(dllexport)
-#else
-#define SANDBOX_ENTRY extern "C" __attribute__((visibility("default")))
-#endif
 
 using namespace sandbox;
 using namespace sandbox::oci;
@@ -39,21 +34,6 @@ bool serves_this_home(const OCIEnv& env) {
     const std::string home = without_end(from_client(environment("ORACLE_HOME")));
     return env.instance &&
            (home.empty() || equal_ignoring_case(home, without_end(env.instance->home)));
-}
-
-void require_default(ub4 mode) {
-    if (mode != OCI_DEFAULT) {
-        fail(24300, "bad value for mode");
-    }
-}
-
-// The service's session, which is logged on.
-OCISession& require_session(const OCISvcCtx& service) {
-    if (!service.server || !service.server->attached || !service.session ||
-        !service.session->begun) {
-        fail(1012, "not logged on");
-    }
-    return *service.session;
 }
 
 bool is_query(const OCIStmt& statement) {
@@ -138,7 +118,9 @@ SANDBOX_ENTRY sword OCIEnvCreate(OCIEnv** env, ub4 mode, const void* context,
         *env = address;
         return OCI_SUCCESS;
     });
-    if (status != OCI_SUCCESS) {
+    if (address->outlives_failure) {
+        *env = address;
+    } else if (status != OCI_SUCCESS) {
         free_handle(address);
     }
     return status;
@@ -284,6 +266,12 @@ SANDBOX_ENTRY sword OCISessionBegin(OCISvcCtx* service, OCIError* error, OCISess
                      logon.preliminary = (mode & OCI_PRELIM_AUTH) != 0;
                      live->identity = context->env->instance->log_on(logon);
                      live->begun = true;
+                     if (live->identity.password_expires) {
+                         set_error(slot, {28002, ora_line(28002,
+                                                          "the password will expire within "
+                                                          "7 days")});
+                         return OCI_SUCCESS_WITH_INFO;
+                     }
                      return OCI_SUCCESS;
                  });
 }
@@ -445,9 +433,8 @@ SANDBOX_ENTRY sword OCIErrorGet(void* handle, ub4 record_number, OraText* sql_st
         if (record_number != 1 || live->code == 0) {
             return OCI_NO_DATA;
         }
-        const std::string text = to_client(live->text);
-        const std::size_t length = std::min<std::size_t>(text.size(), buffer_size - 1);
-        std::memcpy(buffer, text.data(), length);
+        const std::size_t length = std::min<std::size_t>(live->text.size(), buffer_size - 1);
+        std::memcpy(buffer, live->text.data(), length);
         buffer[length] = 0;
         *error_code = live->code;
         if (sql_state) {
@@ -455,31 +442,4 @@ SANDBOX_ENTRY sword OCIErrorGet(void* handle, ub4 record_number, OraText* sql_st
         }
         return OCI_SUCCESS;
     });
-}
-
-SANDBOX_ENTRY sword OCIDBStartup(OCISvcCtx* service, OCIError* error, OCIAdmin* admin, ub4 mode,
-                                 ub4 flags) {
-    OCISvcCtx* const context = find(service);
-    OCIError* const slot = find(error);
-    return serve("OCIDBStartup", cost::round_trip, {context, slot}, slot, "", [&]() -> sword {
-        require_default(mode);
-        if (admin || flags) {
-            fail(24300, "bad value for mode");
-        }
-        context->env->instance->start_up(require_session(*context).identity);
-        return OCI_SUCCESS;
-    });
-}
-
-SANDBOX_ENTRY sword OCIDBShutdown(OCISvcCtx* service, OCIError* error, OCIAdmin* admin, ub4 mode) {
-    OCISvcCtx* const context = find(service);
-    OCIError* const slot = find(error);
-    return serve("OCIDBShutdown", cost::round_trip, {context, slot}, slot, std::to_string(mode),
-                 [&]() -> sword {
-                     if (admin) {
-                         fail(24300, "bad value for mode");
-                     }
-                     context->env->instance->shut_down(require_session(*context).identity, mode);
-                     return OCI_SUCCESS;
-                 });
 }

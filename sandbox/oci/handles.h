@@ -40,12 +40,13 @@ struct OCIEnv : sandbox::oci::typed_handle_t<OCI_HTYPE_ENV> {
     sandbox::appender_t journal;
     std::unique_ptr<sandbox::oci::served_instance_t> instance;  // null where the SID is unknown
     long round_trip_microseconds = 0;
+    bool outlives_failure = false;  // of its own creation
 };
 
 struct OCIError : sandbox::oci::typed_handle_t<OCI_HTYPE_ERROR> {
     using typed_handle_t::typed_handle_t;
     sb4 code = 0;
-    std::string text;
+    std::string text;  // in the client's character set
 };
 
 struct OCIServer : sandbox::oci::typed_handle_t<OCI_HTYPE_SERVER> {

@@ -109,7 +109,7 @@ status_t served_instance_t::status() {
     return result;
 }
 
-void served_instance_t::authenticate(const logon_t& logon, state_t state) {
+bool served_instance_t::authenticate(const logon_t& logon, state_t state) {
     if (logon.external) {
         if (!logon.sysdba && !logon.preliminary) {
             fail(1017, "invalid username/password; logon denied");
@@ -117,16 +117,16 @@ void served_instance_t::authenticate(const logon_t& logon, state_t state) {
         if (!logon.sysdba || !is_in_dba_group(sandbox)) {
             fail(1031, "insufficient privileges");
         }
-        return;
+        return false;
     }
     // Without SYSDBA the password is checked against the dictionary, which a started instance has.
-    if (state == state_t::down && !logon.sysdba) {
-        return;
+    if (state == state_t::down && !logon.sysdba && !logon.preliminary) {
+        return false;
     }
     if (logon.password.empty()) {
         fail(1005, "null password given; logon denied");
     }
-    query_t user(database, "SELECT password, sysdba FROM sandbox_user WHERE name = ?");
+    query_t user(database, "SELECT password, sysdba, expires FROM sandbox_user WHERE name = ?");
     user.bind(1, to_upper(logon.user));
     const bool known = user.step();
     const bool right = known && (user.text(0) == logon.password ||
@@ -140,11 +140,12 @@ void served_instance_t::authenticate(const logon_t& logon, state_t state) {
     if (!logon.sysdba && equal_ignoring_case(logon.user, "SYS")) {
         fail(28009, "connection as SYS should be as SYSDBA or SYSOPER");
     }
+    return user.number(2) != 0;
 }
 
 identity_t served_instance_t::log_on(const logon_t& logon) {
     const status_t now = status();
-    authenticate(logon, now.state);
+    const bool password_expires = authenticate(logon, now.state);
     if (!logon.preliminary) {
         if (now.state == state_t::down) {
             fail(1034, "ORACLE not available",
@@ -162,6 +163,7 @@ identity_t served_instance_t::log_on(const logon_t& logon) {
     identity.user = logon.sysdba ? "SYS" : to_upper(logon.user);
     identity.sysdba = logon.sysdba;
     identity.preliminary = logon.preliminary;
+    identity.password_expires = password_expires;
     identity.startups = now.startups;
     return identity;
 }
@@ -186,6 +188,9 @@ fs::path served_instance_t::native(const std::string& path) const {
 }
 
 void served_instance_t::start_up(const identity_t& identity) {
+    if (!identity.sysdba) {
+        fail(1031, "insufficient privileges");
+    }
     transaction_t transaction(database);
     if (!identity.preliminary || status().state != state_t::down) {
         fail(1081, "cannot start already-running ORACLE - shut it down first");

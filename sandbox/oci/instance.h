@@ -27,6 +27,7 @@ struct identity_t {
     std::string user;
     bool sysdba = false;
     bool preliminary = false;
+    bool password_expires = false;
     std::int64_t startups = 0;  // the life of the instance that it belongs to
 };
 
@@ -69,7 +70,8 @@ class served_instance_t {
   private:
     served_instance_t(const std::filesystem::path& directory, const std::filesystem::path& file);
 
-    void authenticate(const logon_t& logon, state_t state);
+    /// Gives whether the password is about to expire.
+    bool authenticate(const logon_t& logon, state_t state);
     query_t m_status;
 };
 

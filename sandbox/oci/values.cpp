@@ -12,9 +12,6 @@ namespace sandbox::oci {
 
 namespace {
 
-constexpr ub2 null_fetched = 1405;
-constexpr ub2 value_truncated = 1406;
-
 template <typename Define>
 void report(const Define& define, sb2 indicator, ub2 length, ub2 code) {
     if (define.indicator) {
@@ -91,9 +88,8 @@ bool write_value(const OCIDefine& define, const char* text, std::int32_t length)
     return whole;
 }
 
-bool write_null(const OCIDefine& define) {
+void write_null(const OCIDefine& define) {
     report(define, -1, 0, null_fetched);
-    return define.indicator != nullptr;
 }
 
 const OCIBind& bound_value(const OCIStmt& statement, const std::string& name) {

@@ -9,9 +9,12 @@
 
 namespace sandbox::oci {
 
-/// False where the value did not fit, or there was no indicator to tell of the NULL.
+constexpr ub2 null_fetched = 1405;
+constexpr ub2 value_truncated = 1406;
+
+/// False where the value did not fit.
 bool write_value(const OCIDefine& define, const char* text, std::int32_t length);
-bool write_null(const OCIDefine& define);
+void write_null(const OCIDefine& define);
 
 /// The bind of this name; ORA-01008 where there is none.
 const OCIBind& bound_value(const OCIStmt& statement, const std::string& name);

@@ -17,10 +17,9 @@ using logging::g_oralib_log;
 namespace {
 
 // A value that cannot be read must cost only itself, so each is read on its own.
-void read_value(const win::win_reg_key_t& key, const char* name, std::int32_t& value) {
+void read_value(const win::win_reg_key_t& key, const char* name, std::uint32_t& value) {
     try {
-        value =
-            static_cast<std::int32_t>(key.query_dword_or(name, static_cast<std::uint32_t>(value)));
+        value = key.query_dword_or(name, value);
     } catch (const std::exception&) {
     }
 }

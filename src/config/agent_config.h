@@ -20,14 +20,19 @@ class COracleAgentConfig {
     /// Writes the settings to the log.
     void log_config() const;
 
-    /// Seconds allowed for connecting and for a status probe; default 300.
-    std::int32_t OracleConnectionTimeout() const { return m_connection_timeout; }
+    /// Seconds allowed for connecting and for a status probe; default 300. From 2^31 on it is a
+    /// negative wait.
+    std::int32_t OracleConnectionTimeout() const {
+        return static_cast<std::int32_t>(m_connection_timeout);
+    }
     /// Seconds slept before a restore begins; default 45.
-    std::int32_t OracleRestoreWaitInSec() const { return m_restore_wait_in_sec; }
+    std::uint32_t OracleRestoreWaitInSec() const { return m_restore_wait_in_sec; }
     /// Seconds; only shown in the log; default 600.
-    std::int32_t OracleAgentTtlSec() const { return m_agent_ttl_sec; }
+    std::uint32_t OracleAgentTtlSec() const { return m_agent_ttl_sec; }
     /// Attempts to find a restored database started; default 30.
-    std::int32_t OracleWaitDbStartedAttemptCount() const { return m_wait_db_started_attempt_count; }
+    std::uint32_t OracleWaitDbStartedAttemptCount() const {
+        return m_wait_db_started_attempt_count;
+    }
     /// Staging folder for logs and the meta file, as set, or under the common application data
     /// folder with a trailing separator.
     const std::wstring& OracleTempLogPath() const { return m_temp_log_path; }
@@ -45,10 +50,10 @@ class COracleAgentConfig {
     void init_temp_log_path();
     void read_registry();
 
-    std::int32_t m_connection_timeout = 300;
-    std::int32_t m_restore_wait_in_sec = 45;
-    std::int32_t m_agent_ttl_sec = 600;
-    std::int32_t m_wait_db_started_attempt_count = 30;
+    std::uint32_t m_connection_timeout = 300;
+    std::uint32_t m_restore_wait_in_sec = 45;
+    std::uint32_t m_agent_ttl_sec = 600;
+    std::uint32_t m_wait_db_started_attempt_count = 30;
     std::wstring m_temp_log_path;
     bool m_check_asm_log_file_existence = false;
     bool m_support_oracle10 = false;

@@ -6,12 +6,29 @@
 
 #include "support/logging/logger.h"
 #include "support/text/base64.h"
+#include "support/xml/secrets.h"
 #include "support/xml/xml.h"
 
 namespace specific::oracle {
 
 using logging::g_oralib_log;
 using util::xml_node_t;
+
+namespace {
+
+void hide_below(const xml_node_t& parent, const std::string& harmless) {
+    for (const xml_node_t& element : util::xml_child_elements(parent)) {
+        for (const std::string& name : util::xml_secret_attributes()) {
+            std::string value;
+            if (util::xml_try_get_attribute(element, name, value) && value != harmless) {
+                util::xml_set_attribute(element, name, "(hidden)");
+            }
+        }
+        hide_below(element, harmless);
+    }
+}
+
+}  // namespace
 
 bool protect_credentials(const std::string&, const std::string&, std::string& text) {
     try {
@@ -48,15 +65,19 @@ bool unprotect_credentials(const std::string& text, std::string& user, std::stri
     }
 }
 
-std::string hide_protected(std::string xml) {
-    for (const char* const name : {" conn=\"", " os_conn=\""}) {
-        std::size_t at = 0;
-        while ((at = xml.find(name, at)) != std::string::npos) {
-            const std::size_t end = xml.find('"', at + std::char_traits<char>::length(name));
-            xml.erase(at, end == std::string::npos ? end : end + 1 - at);
-        }
+std::string hide_protected(const std::string& xml) {
+    if (!util::xml_names_secret(xml)) {
+        return xml;
     }
-    return xml;
+    try {
+        std::string harmless;
+        protect_credentials("", "", harmless);
+        const xml_node_t document = util::xml_parse(xml);
+        hide_below(document, harmless);
+        return util::xml_serialize(document);
+    } catch (const std::exception&) {
+        return "(not shown, since it holds an account)";
+    }
 }
 
 }  // namespace specific::oracle

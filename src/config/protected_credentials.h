@@ -13,7 +13,9 @@ bool protect_credentials(const std::string& user, const std::string& password, s
 /// Reads any account that such a text holds.
 bool unprotect_credentials(const std::string& text, std::string& user, std::string& password);
 
-/// An XML text for the log: the protected forms in it (the attributes conn and os_conn) left out.
-std::string hide_protected(std::string xml);
+/// An XML text for the log: protected forms in it (the attributes conn and os_conn) do not show,
+/// but for the one that protect_credentials writes. A text without them is left as it is; one that
+/// names them and cannot be parsed does not show at all.
+std::string hide_protected(const std::string& xml);
 
 }  // namespace specific::oracle

@@ -97,9 +97,12 @@ void delete_logs(const char* scope_text, const std::wstring& oracleHome, const s
     scope.ok();
 }
 
+// What lies before all time that can be told begins with it.
 std::string start_time_text(std::int32_t minutes) {
-    const boost::posix_time::ptime start =
-        boost::posix_time::second_clock::universal_time() - boost::posix_time::minutes(minutes);
+    const boost::posix_time::ptime first(boost::posix_time::min_date_time);
+    const boost::posix_time::ptime now = boost::posix_time::second_clock::universal_time();
+    const boost::posix_time::time_duration back = boost::posix_time::minutes(minutes);
+    const boost::posix_time::ptime start = now - first < back ? first : now - back;
     const std::tm parts = boost::posix_time::to_tm(start);
     char text[256];
     std::strftime(text, sizeof text, "%d/%m/%Y %H:%M:%S", &parts);
@@ -110,7 +113,13 @@ std::string start_time_text(std::int32_t minutes) {
 class impersonation_t {
   public:
     explicit impersonation_t(HANDLE token) { impersonate_user(token); }
-    ~impersonation_t() { RevertToSelf(); }
+    ~impersonation_t() {
+        if (!RevertToSelf()) {
+            g_oralib_log.log_exception_thread(
+                "The thread keeps the account that the restore ran under",
+                exc::win_sys_exc_t(GetLastError()));
+        }
+    }
     impersonation_t(const impersonation_t&) = delete;
     impersonation_t& operator=(const impersonation_t&) = delete;
 };
@@ -280,12 +289,10 @@ bool COracleManager::IsRestoreRequired() {
 void COracleManager::DoRestore() {
     try {
         log_scope_t scope(g_oralib_log, "Performing oracle db restore");
-        const std::int32_t wait = COracleAgentConfig::instance().OracleRestoreWaitInSec();
+        const std::uint32_t wait = COracleAgentConfig::instance().OracleRestoreWaitInSec();
         g_oralib_log.line("Waiting for %1 sec", util::to_string(wait));
-        constexpr std::int32_t longest = 1000000;  // what Sleep takes in milliseconds is limited
-        for (std::int32_t left = wait; left > 0; left -= longest) {
-            Sleep(static_cast<DWORD>(std::min(left, longest)) * 1000);
-        }
+        constexpr std::uint64_t longest = INFINITE - 1;
+        Sleep(static_cast<DWORD>(std::min(std::uint64_t{wait} * 1000, longest)));
         restore_by_meta(GetBackupMetaPath());
         scope.ok();
     } catch (const std::exception& e) {
@@ -309,8 +316,8 @@ bool COracleManager::CheckIfAsmExist() {
 void COracleManager::TestOracle() {
     for (const SOracleSid& instance : all_instances()) {
         test_instance(instance);
+        std::fflush(stdout);  // the next one may hang
     }
-    std::fflush(stdout);
     platform::run_system("pause");
 }
 

@@ -16,10 +16,6 @@ int run_system(const std::string& ansi_command);
 /// The process is in its last moments: its other threads are gone, whatever they held.
 bool is_process_ending();
 
-/// The module that this code is linked into stays loaded to the end of the process. Does not wait
-/// for the system's loader, which a thread that hangs may have.
-void keep_loaded();
-
 /// Held while a process is started, since handles meant for one child are inherited by any.
 boost::mutex& process_start_mutex();
 

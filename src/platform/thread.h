@@ -1,4 +1,4 @@
-// Threads that can be given a token and can be ended by force.
+// Threads that can be given a token, and what outlasts those that never come back.
 #pragma once
 
 #include <boost/function.hpp>
@@ -12,9 +12,26 @@ namespace platform {
 /// Runs `body` on a new thread. Only a thread that was started here has a `thread_handle`.
 boost::shared_ptr<boost::thread> start_thread(const boost::function<void()>& body);
 
-/// The thread's handle for WaitForSingleObject, TerminateThread and SetThreadToken. It belongs to
-/// the boost::thread object and is valid until that is joined, detached or gone. A thread ended by
-/// TerminateThread must be detached and never joined.
+/// The thread's handle for WaitForSingleObject and SetThreadToken. It belongs to the boost::thread
+/// object and is valid until that is joined, detached or gone.
 HANDLE thread_handle(boost::thread& thread);
+
+/// One word of the calling thread, null at first. Nothing happens to it at the thread's end.
+void* get_thread_word();
+void set_thread_word(void* word);
+
+/// Keeps the module that this code is linked into loaded until release_module. Counted: only the
+/// first of those held at a time asks the system's loader, which a thread that hangs may have.
+void hold_module();
+void release_module();
+/// Instead of release_module, for a thread that nobody waits for: its last act. The module is there
+/// until the thread has left it. May not return, so nothing that has a destructor may be open.
+void leave_module();
+
+/// Each system's own, for module_hold.cpp: a reference to the module, null where there is none to
+/// be had; its return; and its return when the calling thread has left the module.
+void* add_module_reference();
+void drop_module_reference(void* reference);
+void end_with_module_reference(void* reference);
 
 }  // namespace platform

@@ -12,6 +12,7 @@
 #include "oracle/connect/file_remover.h"
 #include "oracle/connect/server_files.h"
 #include "oracle/connect/session_holder.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/connect/status.h"
 #include "oracle/discovery/db_queries.h"
 #include "sandbox/builder.h"
@@ -85,6 +86,21 @@ TEST_F(Connect, RowsAsTheyArrive) {
     }
     EXPECT_EQ(kept, L"25") << "rows with a NULL, with '' and with an overlong value are dropped";
     EXPECT_EQ(row.at(1), L"e") << "left alone at the end";
+    // An answer that is cut short by an error ends as if there were no more.
+    for (const auto& [fault, expected] : {std::pair{sandbox::ora("OCIStmtFetch2", 1406, 2), L"25"},
+                                          std::pair{sandbox::ora("OCIStmtFetch2", 1555, 3), L"2"},
+                                          std::pair{sandbox::ora("OCIStmtFetch2", 1406, 0), L""}}) {
+        sandbox::set_fault(folder, "ORCL", fault);
+        const auto again = connect(L"ORCL");
+        const auto cut =
+            again->get_session()->query()->exec("SELECT A, B FROM T ORDER BY A", 2, false);
+        kept.clear();
+        while (cut->next(row)) {
+            kept += row.at(0);
+        }
+        EXPECT_EQ(kept, expected) << fault.value << " " << fault.nth;
+        sandbox::clear_faults(folder);
+    }
 
     EXPECT_NO_THROW(query->exec_command("CREATE DIRECTORY D AS 'C:\\temp'"))
         << "the fetch after a command fails, and that is no failure";
@@ -122,6 +138,54 @@ TEST_F(Connect, StatusValues) {
         EXPECT_EQ(e.code(), 0u);
     }
     EXPECT_EQ(env->check(-1), 0u) << "an error without a record";
+}
+
+// The server writes in a character set that the code page does not know.
+TEST_F(Connect, AnErrorWhoseTextCannotBeDecodedKeepsItsNumber) {
+    if (!machine_t::is_layered()) {
+        GTEST_SKIP() << "every byte of 1252, the code page there, can be decoded";
+    }
+    add("ORCL");
+    machine.write_host("[host]\nansi_code_page=65001\n");
+    sandbox::set_fault(folder, "ORCL",
+                       {"OCIServerAttach", 1, sandbox::fault_kind::ora, 12560,
+                        "ORA-12560: \xc3\xa9t\xe9, \xe2\x82\xac\xe2\x82"});
+    try {
+        connect(L"ORCL");
+        ADD_FAILURE();
+    } catch (const COracleExc& e) {
+        EXPECT_EQ(e.code(), 12560u);
+        EXPECT_NE(std::string(e.what()).find("ORA-12560: \xc3\xa9t?, \xe2\x82\xac??"),
+                  std::string::npos)
+            << e.what();
+    }
+}
+
+TEST_F(Connect, AnEnvironmentThatFailedIsFreed) {
+    add("ORCL");
+    sandbox::set_fault(folder, "ORCL", {"OCIEnvCreate", 1, sandbox::fault_kind::env_left, 0, ""});
+    EXPECT_THROW(connect(L"ORCL"), exc::runtime_exc_t);
+    std::string calls;
+    for (const sandbox::record_t& record : sandbox::read_journal(folder)) {
+        calls += record.entry + " ";
+    }
+    EXPECT_EQ(calls, "OCIEnvCreate OCIHandleFree ");
+}
+
+// The session of a logon with a warning is not set yet; a start-up runs no query that would set it.
+TEST_F(Connect, APasswordAboutToExpireStartsAndStops) {
+    sandbox::instance_t expiring;
+    expiring.sid = "ORCL";
+    expiring.state = sandbox::state_t::down;
+    expiring.users = {{"dba", "secret", true, true}};
+    server.add_instance(home, expiring);
+    server.write();
+    const SOracleCredentials dba{"dba", "secret"};
+    COracleSessionHolder(L"ORCL", L"C:\\app\\oracle", dba, true).get_session()->startup();
+    EXPECT_EQ(sandbox::get_state(folder, "ORCL"), sandbox::state_t::started);
+    sandbox::set_state(folder, "ORCL", sandbox::state_t::open);
+    COracleSessionHolder(L"ORCL", L"C:\\app\\oracle", dba, false).get_session()->shutdown();
+    EXPECT_EQ(sandbox::get_state(folder, "ORCL"), sandbox::state_t::down);
 }
 
 TEST_F(Connect, AFailureKeepsItsTypeAcrossThreadsButForOne) {
@@ -188,6 +252,10 @@ TEST_F(Connect, FilesThroughTheDatabase) {
     server.add_file("+DATA/log.1", std::string(1024, 'x'));
     EXPECT_TRUE(asm_file_exists(*session, "+DATA/log.1"));
     EXPECT_FALSE(asm_file_exists(*session, "+DATA/absent"));
+    std::filesystem::create_directories(machine.find("C:\\Bob's"));
+    copy_asm_file(*session, "+DATA/log.1", "C:\\Bob's\\a'b");
+    remove_file_with_query(*session, L"C:\\Bob's\\a'b");
+    EXPECT_TRUE(std::filesystem::is_empty(machine.find("C:\\Bob's")));
     copy_asm_file(*session, "+DATA/log.1", "C:\\temp\\copy");
     EXPECT_EQ(std::filesystem::file_size(machine.find("C:\\temp\\copy")), 1024u);
 
@@ -212,6 +280,22 @@ TEST_F(Connect, FilesThroughTheDatabase) {
         names.insert(name);
     }
     EXPECT_EQ(names.size(), 100u);
+}
+
+TEST(SqlText, StaysWhatItIs) {
+    EXPECT_EQ(sql_literal("C:\\Bob's '"), "C:\\Bob''s ''");
+    EXPECT_EQ(sql_identifier("Sales $1'"), "Sales $1'");
+    for (const std::string& hostile : {std::string("A\" OPEN; --"), std::string("A\nB"),
+                                       std::string("A\0B", 3), std::string("\x7f")}) {
+        EXPECT_THROW(sql_identifier(hostile), exc::runtime_exc_t) << hostile;
+    }
+    for (const char* number : {"0", "42", "+42", "-42", " 42 ", " - 42", "18446744073709551616"}) {
+        EXPECT_EQ(sql_number(number), number);
+    }
+    for (const char* hostile : {"", " ", "+", "- ", "+-1", "1 1", "1.5", "1e3", "0x1", "1\t", "1;",
+                                "1 OR 1=1", "1 --", "\xb2", "1\n"}) {
+        EXPECT_THROW(sql_number(hostile), exc::runtime_exc_t) << hostile;
+    }
 }
 
 TEST_F(Connect, QuestionsThatOthersShare) {

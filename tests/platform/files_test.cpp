@@ -63,6 +63,24 @@ TEST(files, every_pair_of_share_modes) {
     }
 }
 
+TEST(files, moving) {
+    const std::wstring from = scratch_path(L"from");
+    const std::wstring to = scratch_path(L"to");
+    const auto move = [&](DWORD flags) {
+        return MoveFileExW(from.c_str(), to.c_str(), flags) ? DWORD{ERROR_SUCCESS} : GetLastError();
+    };
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, move(MOVEFILE_REPLACE_EXISTING));
+    write_scratch(from, "abc");
+    const HANDLE reader = open_scratch(from, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    EXPECT_EQ(DWORD{ERROR_SHARING_VIOLATION}, move(MOVEFILE_REPLACE_EXISTING));
+    CloseHandle(reader);
+    write_scratch(to, "");
+    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, move(0));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, move(MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+    EXPECT_EQ(3, size_of(to));
+    EXPECT_EQ(-1, size_of(from));
+}
+
 TEST(files, dispositions) {
     const struct {
         DWORD disposition;

@@ -74,6 +74,7 @@ struct processes : testing::Test {
         machine().add_child("C:\\app\\bin\\tool.exe");
         machine().add_child("C:\\app\\do it.bat");
         machine().add_child("C:\\home\\srvctl.bat");
+        machine().add_child("C:\\planted\\cmd.exe");
     }
 };
 using processes_threads = processes;
@@ -196,6 +197,9 @@ TEST_F(processes, run_system_redirects) {
                  {"> \"C:\\scratch\\with blank\"", "with blank", "line", 7},
                  {"> C:\\absent\\out", "none", "", 1}};
     scratch_path(L"");
+    // Another interpreter in the current folder is left alone.
+    const auto folder = std::filesystem::current_path();
+    std::filesystem::current_path(machine().find("C:\\planted"));
     for (const auto& test : cases) {
         // Wine complains of a folder that is missing, with success.
         EXPECT_EQ(test.code == 1 && is_wine() ? 0 : test.code,
@@ -205,6 +209,7 @@ TEST_F(processes, run_system_redirects) {
     EXPECT_EQ(is_wine() ? 9009 : 1,
               platform::run_system("C:\\home\\none.bat x > C:\\scratch\\none"));
     EXPECT_EQ("", read_file(machine().find("C:\\scratch\\none")));
+    std::filesystem::current_path(folder);
 }
 
 TEST_F(processes, termination) {

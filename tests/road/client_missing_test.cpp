@@ -19,6 +19,8 @@ TEST_F(ClientMissing, IsReportedForEachInstance) {
                   std::string::npos);
     }
     EXPECT_EQ(count_in_log("Failed to load OCI library"), 2u);
+    EXPECT_EQ(count_in_log("Trying to initialize oracle interface Failed."), 2u)
+        << "a fault ends the scopes whose frames it left";
 }
 
 }  // namespace

@@ -13,18 +13,6 @@ using strings_t = std::vector<std::string>;
 const std::string orcl = "home[OraDB19Home1]/database[ORCL]";
 const std::string not_valid = "Oracle database instance state is not valid for property collection";
 
-strings_t column(const std::filesystem::path& folder, const std::string& sid,
-                 const std::string& select) {
-    const std::string joined =
-        sandbox::query_sql(folder, sid, "SELECT group_concat(x, char(10)) FROM (" + select + ")");
-    strings_t values;
-    std::istringstream stream(joined);
-    for (std::string value; std::getline(stream, value);) {
-        values.push_back(value);
-    }
-    return values;
-}
-
 // The names of this machine and its system are nobody's to commit.
 std::string without_machine(const std::string& document) {
     static const std::regex names("serverName=\"[^\"]*\" osName=\"[^\"]*\" timeZone=\"[^\"]*\"");
@@ -63,52 +51,6 @@ TEST_F(Explore, TheDemoServerAsCommitted) {
         << "ORALIB_ACCEPT=1 in the environment accepts it";
 }
 
-TEST_F(Explore, EverythingTheSandboxHolds) {
-    make_demo();
-    expect_down();
-    const document_t document(explore().result);
-    for (const std::string& sid : sandbox::list_sids(folder)) {
-        if (sid == "+ASM" || sid == "LEGACY" || sid == "TEST" || sid == "STBY") {
-            continue;
-        }
-        const std::string home = sid == "REPORT" ? "home[OraDB21Home1]" : "home[OraDB19Home1]";
-        const std::string path = home + "/database[" + sid + "]";
-        ASSERT_NE(document.find(path), nullptr) << path;
-        const struct {
-            const char* list;
-            const char* attribute;
-            const char* select;
-        } rows[] = {
-            {"data_files", "path", "SELECT NAME x FROM V$DATAFILE"},
-            {"data_files", "size", "SELECT BYTES x FROM V$DATAFILE"},
-            {"temp_files", "path", "SELECT NAME x FROM V$TEMPFILE"},
-            {"control_files", "path", "SELECT NAME x FROM V$CONTROLFILE"},
-            {"pdbs", "guid", "SELECT GUID x FROM V$PDBS"},
-        };
-        for (const auto& row : rows) {
-            EXPECT_EQ(document.list(path + "/" + row.list, row.attribute),
-                      column(folder, sid, row.select))
-                << sid << " " << row.list;
-        }
-        const strings_t members = document.list(path + "/log_files", "path");
-        const strings_t groups = document.list(path + "/log_files", "groupNumber");
-        EXPECT_EQ(members.size(), column(folder, sid, "SELECT MEMBER x FROM V$LOGFILE").size());
-        for (std::size_t i = 0; i < members.size(); ++i) {
-            EXPECT_EQ(groups[i],
-                      sandbox::query_sql(
-                          folder, sid,
-                          "SELECT [GROUP#] FROM V$LOGFILE WHERE MEMBER = '" + members[i] + "'"));
-        }
-        EXPECT_EQ(document.attribute(path, "id"),
-                  sandbox::query_sql(folder, sid, "SELECT DBID FROM V$DATABASE"));
-    }
-    EXPECT_EQ(document.list("home[OraGI19Home1]/asm[+ASM]", "name"),
-              (strings_t{"DATA", "DATA", "FRA"}));
-    EXPECT_EQ(document.find("home[OraDb10g_home1]"), nullptr) << "version 10 is skipped";
-    EXPECT_EQ(document.attribute("home[OraDB21Home1]/database[TEST]", "errorDescription"),
-              not_valid);
-}
-
 TEST_F(Explore, AgainAndAgainKeepsNoHandles) {
     make_two();
     write();
@@ -122,21 +64,6 @@ TEST_F(Explore, AgainAndAgainKeepsNoHandles) {
         explore_once();
     }
     EXPECT_EQ(count_handles(), before);
-}
-
-TEST_F(Explore, OneInstanceDownChangesItsEntryAlone) {
-    make_two();
-    document_t before(explore().result);
-    sandbox::set_state(folder, "SALES", sandbox::state_t::down);
-    expect_down();
-    const document_t after(explore().result);
-    EXPECT_EQ(after.attribute("home/database[SALES]", "isError"), "true");
-    EXPECT_EQ(after.attribute("home/database[SALES]", "config"),
-              "C:\\app\\oracle\\product\\19.0.0\\dbhome_1\\database\\spfileSALES.ora");
-    for (const char* attribute : {"isError", "id", "globalName", "resetlogsChange", "config"}) {
-        EXPECT_EQ(after.attribute(orcl, attribute), before.attribute(orcl, attribute));
-    }
-    EXPECT_EQ(after.list(orcl + "/data_files", "path"), before.list(orcl + "/data_files", "path"));
 }
 
 TEST_F(Explore, WhatAnInstanceIsDecidesItsOutcome) {
@@ -233,11 +160,42 @@ TEST_F(Explore, AHomeOfFailuresAloneAndAnAsmThatFails) {
         << "a failed ASM instance takes its home and the failures in it along";
 }
 
+TEST_F(Explore, WhatTheDemoServerHasNot) {
+    sandbox::home_t silent = home19();
+    silent.path = "C:\\app\\silent";
+    silent.name = "Silent";
+    server.add_home(home19());
+    server.add_home(silent);
+    sandbox::instance_t made = instance("ORCL");
+    made.cluster = true;
+    made.remote_listener = "scan:1521";
+    server.add_instance(home19(), made);
+    server.add_instance(silent, instance("FIRST", "12.1.0.2.0"));
+    server.add_instance(silent, instance("NEXT", "12.2.0.1.0"));
+    server.add_instance(silent, instance("THIRD", "18.3.0.0.0"));
+    server.set_host("time_zone_bias", "300");
+    server.set_host("daylight_bias", "-60");
+    server.set_host("time_zone_state", "2");
+    sandbox::set_fault(folder, "FIRST", sandbox::ora("%V$DATAFILE%", 600));
+    expect_in_log("Failed to gather database props for SID: FIRST");
+    machine.add_child(silent.path + "\\bin\\orabasehome.exe");
+    sandbox::set_environment("ORALIB_CHILD", "exit 0");
+    expect_in_log("[C:\\app\\silent\\bin\\orabasehome.exe] told no folder");
+    const document_t document(explore().result);
+    EXPECT_EQ(document.attribute(orcl, "isCluster"), "true");
+    EXPECT_EQ(document.attribute(orcl, "remoteListener"), "scan:1521");
+    EXPECT_EQ(document.attribute("home[Silent]", "version"), "12.2.0.1.0");
+    if (machine_t::is_layered()) {
+        EXPECT_EQ(document.attribute("", "timeZone"), "-16");
+    }
+}
+
 TEST_F(Explore, ExclusionsAndLogPositions) {
     make_two();
+    server.add_instance(home19(), instance("HR"));
     const std::string config =
         "<config><excludes><db name=\"orcl\" home=\"\"/>"
-        "<db name=\"SALES\" home=\"Other\"/></excludes>"
+        "<db name=\"SALES\" home=\"Other\"/><db name=\"HR\" home=\"oradb19home1\"/></excludes>"
         "<dbrecids><db sid=\"SALES\" recId=\"7\" stamp=\"8\" "
         "firstPassRecId=\"1\"/></dbrecids></config>";
     EXPECT_EQ(validate(config, "explore-config.xsd"), "");
@@ -245,6 +203,19 @@ TEST_F(Explore, ExclusionsAndLogPositions) {
     EXPECT_EQ(document.list("home", "sid"), strings_t{"SALES"});
     EXPECT_EQ(count_in_log("Database with sid [ORCL] Home [OraDB19Home1] excluded"), 1u);
     EXPECT_EQ(count_in_log("Explore db config sid found: SALES, recId: 7, stamp: 8"), 1u);
+}
+
+TEST_F(Explore, InputWithADeclarationIsReadInTheCodePage) {
+    sandbox::home_t home = home19();
+    home.name = "Caf\xc3\xa9";
+    server.add_home(home);
+    server.add_instance(home, instance("ORCL"));
+    for (const char* declaration : {"", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"}) {
+        EXPECT_EQ(explore(declaration + std::string("<c><excludes><db name=\"ORCL\" "
+                                                    "home=\"Caf\xc3\xa9\"/></excludes></c>"))
+                      .result,
+                  "<OracleOverall />");
+    }
 }
 
 TEST_F(Explore, InputThatCannotBeReadCostsOnlyItself) {
@@ -362,6 +333,7 @@ TEST_F(Explore, ThePasswordStaysOutOfTheChildren) {
     machine.add_child(home19().path + "\\bin\\orabasehome.exe");
     machine.add_child(home19().path + "\\bin\\srvctl.bat");
     sandbox::set_environment("ORALIB_CHILD", "dump " + (folder / "seen").u8string());
+    expect_in_log("orabasehome.exe] told no folder, and so the home counts as read-only");
     explore("", true, "backup_dba", distinctive_password);
     const std::string seen = read_file(folder / "seen");
     EXPECT_NE(seen.find("ORACLE_SID=ORCL"), std::string::npos);
@@ -383,11 +355,13 @@ TEST_F(Explore, SettingsOfTheWrongTypeAndARegistryCutOff) {
     make_two();
     server.set_registry(settings_key, "OracleConnectionTimeout", "not a number");
     set("OracleWaitDbStartedAttemptCount", 0);
+    set("OracleAgentTtlSec", 0xFFFFFFFF);
     server.set_registry(settings_key, "SupportOracle10", "1");
     write();
     EXPECT_EQ(document_t(explore().result).list("home", "sid").size(), 2u);
     EXPECT_EQ(count_in_log("OracleConnectionTimeout: 300"), 1u);
     EXPECT_EQ(count_in_log("OracleWaitDbStartedAttemptCount: 0"), 1u);
+    EXPECT_EQ(count_in_log("OracleAgentTtlSec: 4294967295"), 1u);
     EXPECT_EQ(count_in_log("SupportOracle10: false"), 1u);
 
     const std::string whole = read_file(folder / "registry.reg");
@@ -406,7 +380,7 @@ TEST_F(Explore, SettingsOfTheWrongTypeAndARegistryCutOff) {
 TEST_F(Explore, OddNamesAreTakenAsTheyStand) {
     server.add_home(home19());
     const struct {
-        const char* service;
+        std::string service;
         std::string image_path;
         const char* sid;
     } rows[] = {
@@ -417,12 +391,13 @@ TEST_F(Explore, OddNamesAreTakenAsTheyStand) {
         {"OracleServiceOTHER", "C:\\elsewhere\\bin\\ORACLE.EXE OTHER", nullptr},
         {"OracleServiceTOOLONG", home19().path + "\\bin\\ORACLE.EXE " + std::string(300, 'T'),
          nullptr},
+        {std::string(255, 'S'), "C:\\elsewhere\\service.exe", nullptr},
         {"NotOracleService", home19().path + "\\bin\\ORACLE.EXE NOT", nullptr},
     };
     strings_t sids;
     for (const auto& row : rows) {
-        server.set_registry("SYSTEM\\CurrentControlSet\\Services\\" + std::string(row.service),
-                            "ImagePath", row.image_path);
+        server.set_registry("SYSTEM\\CurrentControlSet\\Services\\" + row.service, "ImagePath",
+                            row.image_path);
         if (row.sid) {
             sids.push_back(row.sid);
         }

@@ -7,6 +7,7 @@
 #endif
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
 
 #include "road/road.h"
@@ -70,6 +71,69 @@ TEST_F(Exports, TheDumpOfTheSettingsHasItsOrder) {
     EXPECT_EQ(text.find("CheckIfLogOnNetResource"), std::string::npos);
 }
 
+TEST_F(Exports, TroubleWithTheSettingsIsTold) {
+    if (!machine_t::is_layered()) {
+        GTEST_SKIP() << "Windows' own calls do not fail on demand";
+    }
+    set("OracleConnectionTimeout", 77);
+    server.set_registry(settings_key, "LogDirectory", "C:\\ProgramData\\Tarny\\ClientVault");
+    write();
+    const auto start_with = [&](const std::string& fault) {
+        clear_log();
+        sandbox::set_environment("ORALIB_PLATFORM_FAULT", fault);
+        module_t module;
+        EXPECT_EQ(module.init(log_name).code, ORALIB_OK);
+        sandbox::set_environment("ORALIB_PLATFORM_FAULT", "");
+        return log();
+    };
+    const std::string without_folder = start_with("SHGetFolderPathW:1:5");
+    EXPECT_NE(without_folder.find("oralibWARN|Failed to init base config\n"), std::string::npos);
+    EXPECT_NE(without_folder.find("oralibOracleTempLogPath: \n"), std::string::npos);
+    unsigned told = 0;
+    for (int nth = 2; nth < 8; ++nth) {
+        const std::string text = start_with("RegOpenKeyExW:" + std::to_string(nth) + ":5");
+        const bool unread = text.find("oralibWARN|Failed to init oracle config\n") != text.npos;
+        EXPECT_NE(text.find(unread ? "Timeout: 300\n" : "Timeout: 77\n"), std::string::npos);
+        told += unread;
+    }
+    EXPECT_EQ(told, 1u);
+    expect_in_log("");
+}
+
+TEST_F(Exports, ALogThatIsElsewhereSaysWhereAndWhy) {
+    const struct {
+        const char* directory;  // null: a number
+        const char* log;
+        const char* reason;
+    } rows[] = {
+        {"C:\\\xd0\x96urnal", "C:\\\xd0\x96urnal\\road.log", nullptr},
+        {"C:\\file\\log", "C:\\road.log", ">>  |Failed to create directory [C:\\file\\log]."},
+        {nullptr, "C:\\ProgramData\\Tarny\\ClientVault\\road.log",
+         ">>  |Unexpected registry type: [4]."},
+    };
+    server.add_file("C:\\file");
+    for (const auto& row : rows) {
+        if (row.directory) {
+            server.set_registry(settings_key, "LogDirectory", row.directory);
+        } else {
+            set("LogDirectory", 1);
+        }
+        write();
+        module_t module;
+        EXPECT_EQ(module.init(log_name).code, ORALIB_OK);
+        const std::string text = read_file(machine.find(row.log));
+        EXPECT_NE(text.find("OracleAgentTtlSec"), std::string::npos) << row.log;
+        EXPECT_EQ(text.find("WARN|") == std::string::npos, row.reason == nullptr) << text;
+        if (row.reason) {
+            EXPECT_NE(text.find(std::string("WARN|The log is [") + row.log + "]"),
+                      std::string::npos)
+                << text;
+            EXPECT_NE(text.find(row.reason), std::string::npos) << text;
+        }
+    }
+    expect_in_log("and not where it was asked for");
+}
+
 TEST_F(Exports, AFailedInitCanBeTriedAgain) {
     write();
     const auto vault = machine.find("C:\\ProgramData\\Tarny");
@@ -122,7 +186,21 @@ TEST_F(Exports, TestPrintsWhatItReaches) {
     close(input);
 
     module_t module;
-    const std::string output = output_of([&] { EXPECT_EQ(module.test(log_name).code, ORALIB_OK); });
+    sandbox::set_fault(folder, "STBY",
+                       {"OCIServerAttach", 1, sandbox::fault_kind::delay, 2000, ""});
+    std::string before_the_second;
+    const std::string output = output_of([&] {
+        std::atomic<bool> done{false};
+        std::thread tester([&] {
+            EXPECT_EQ(module.test(log_name).code, ORALIB_OK);
+            done = true;
+        });
+        while (!done && before_the_second.find("ARCHIVE LOGS") == std::string::npos) {
+            before_the_second = read_file(folder / "stdout.txt");
+        }
+        EXPECT_FALSE(done) << "what is known is told while the next instance takes its time";
+        tester.join();
+    });
     const std::string sequence = "SELECT [SEQUENCE#] FROM V$ARCHIVED_LOG ORDER BY RECID";
     const std::string log_path = "Log path: " + sandbox::query_sql(folder, "ORCL", sequence) + "\n";
     EXPECT_NE(output.find("LOG: Initializing log file ...\n"), std::string::npos);

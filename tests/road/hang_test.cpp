@@ -1,10 +1,16 @@
 // A client that hangs, faults, is not there or is not whole costs its instance and nothing else.
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <limits>
 #include <set>
 #include <thread>
 
 #include "road/road.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace road {
 namespace {
@@ -22,18 +28,52 @@ class Hang : public Road {
         leaks_expected = true;
     }
 
-    std::size_t journal_calls_of_threads_that(const std::string& entry) const {
+    // A call that needs no program of the machine: quick under Wine too.
+    answer_t connect(module_t& module, const std::string& sid = "BBB") {
+        const auto begin = clock_t::now();
+        const answer_t answer =
+            module.delete_logs_by_size("C:\\app\\oracle\\product\\19.0.0\\dbhome_1", sid,
+                                       std::numeric_limits<std::int64_t>::max());
+        took = clock_t::now() - begin;
+        if (answer.code != ORALIB_OK && expected.empty()) {
+            expect_in_log("Failed to delete oracle logs by size");
+        }
+        return answer;
+    }
+
+    // Calls of the client by the threads that made this one with a fault of this kind.
+    std::size_t calls_of_threads_that(const std::string& kind) const {
         std::set<long> threads;
         std::size_t calls = 0;
         for (const sandbox::record_t& record : sandbox::read_journal(folder)) {
             calls += threads.count(record.tid);
-            if (record.entry == entry && record.sid == "BBB") {
+            if (record.detail == kind) {
                 threads.insert(record.tid);
             }
         }
         return calls;
     }
+
+    static bool is_mapped() {
+#ifdef _WIN32
+        return GetModuleHandleW(L"oralib.dll") != nullptr;
+#else
+        const std::string maps = read_file("/proc/self/maps");
+        return maps.find("/liboralib.so") != std::string::npos;
+#endif
+    }
+
+    clock_t::duration took{};  // by the last call
 };
+
+template <typename Condition>
+bool comes_true(const Condition& condition) {
+    const auto end = clock_t::now() + std::chrono::seconds(10);
+    while (!condition() && clock_t::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return condition();
+}
 
 TEST_F(Hang, CostsItsTimeAndNothingElse) {
     expect_in_log("Failed to gather database props for SID: BBB");
@@ -74,24 +114,126 @@ TEST_F(Hang, CostsItsTimeAndNothingElse) {
     }
 }
 
-TEST_F(Hang, TheThreadGivenUpOnNeverCallsTheClientAgain) {
-    expect_in_log("Failed to gather database props for SID: BBB");
-    sandbox::set_fault(folder, "BBB", sandbox::hang("OCISessionBegin"));
-    explore();
-    const std::size_t calls = journal_calls_of_threads_that("OCISessionBegin");
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(journal_calls_of_threads_that("OCISessionBegin"), calls);
+// A thread that comes back when it was given up on: no call of the client, no line of the log, no
+// variable of the environment. The module goes with the last of them, and not before.
+TEST_F(Hang, WhoComesBackFindsNothingToDo) {
+    const char* const targets[] = {"OCIEnvCreate", "OCIServerAttach", "OCISessionBegin",
+                                   "SELECT STATUS FROM V$INSTANCE"};
+    write();
+    {
+        module_t module;
+        ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+        for (const char* const target : targets) {
+            SCOPED_TRACE(target);
+            sandbox::set_fault(folder, "BBB", sandbox::wait(target));
+            EXPECT_EQ(connect(module).code, ORALIB_FAILED);
+            EXPECT_LT(took, std::chrono::milliseconds(2000));
+            sandbox::clear_faults(folder);
+            EXPECT_EQ(connect(module, "AAA").code, ORALIB_OK);
+            EXPECT_EQ(connect(module).code, ORALIB_OK) << "the same instance too";
+
+            const std::string text = log();
+            const std::size_t calls = sandbox::read_journal(folder).size();
+            sandbox::release(folder);
+            ASSERT_TRUE(comes_true([&] { return sandbox::read_journal(folder).size() > calls; }));
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            EXPECT_EQ(calls_of_threads_that("wait"), 1u) << "the one that came back";
+            EXPECT_EQ(log(), text);
+            sandbox::clear_journal(folder);
+        }
+        sandbox::set_fault(folder, "BBB", sandbox::wait("OCISessionBegin", 0));
+        EXPECT_EQ(connect(module).code, ORALIB_FAILED);
+        EXPECT_EQ(connect(module).code, ORALIB_FAILED);
+    }
+    EXPECT_TRUE(is_mapped());
+    const std::string text = log();
+    sandbox::release(folder);
+    EXPECT_TRUE(comes_true([] { return !is_mapped(); }));
+    const std::string rest = log().substr(text.size());
+    EXPECT_NE(rest.find("> Clearing collection of cout multiplexors.\n"), std::string::npos);
+    EXPECT_EQ(std::count(rest.begin(), rest.end(), '\n'), 1) << "the module's own end: " << rest;
 }
 
+// With no time at all each thread is given up on somewhere else. One that was ready before anybody
+// looked is in time.
+TEST_F(Hang, NoLimitAtAll) {
+    set("OracleConnectionTimeout", 0);
+    write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    int in_time = 0;
+    for (int i = 0; i < 300; ++i) {
+        in_time += connect(module).code == ORALIB_OK;
+        EXPECT_LT(took, std::chrono::seconds(1));
+    }
+    EXPECT_LT(in_time, 30);
+    if (count_in_log(" threads hang in the Oracle client.") > 0) {
+        expect_in_log(" threads hang in the Oracle client.");
+    }
+}
+
+// The answer comes within a millisecond of the limit, on either side: the delay goes by what the
+// last one gave.
+TEST_F(Hang, AnAnswerAroundTheLimit) {
+    constexpr int rounds = 10;
+    write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    for (const char* const target :
+         {"OCIServerAttach", "OCISessionBegin", "SELECT STATUS FROM V$INSTANCE"}) {
+        SCOPED_TRACE(target);
+        std::int32_t delay = 990000;
+        std::int32_t step = 8000;
+        for (int round = 0; round < rounds; ++round) {
+            sandbox::set_fault(folder, "BBB",
+                               {target, 1, sandbox::fault_kind::delay_us, delay, ""});
+            const bool in_time = connect(module).code == ORALIB_OK;
+            EXPECT_LT(took, std::chrono::milliseconds(2000));
+            sandbox::clear_faults(folder);
+            delay += in_time ? step : -step;
+            step = std::max(step / 2, 300);
+        }
+        EXPECT_EQ(connect(module).code, ORALIB_OK);
+    }
+}
+
+// Loading the client library takes longer than a connection may: the loader's lock is taken all
+// that time, and nobody waits for it.
+TEST_F(Hang, ALibraryThatLoadsSlowly) {
+    sandbox::set_environment("ORALIB_OCI_LOAD_MS", "4000");
+    write();
+    module_t module;
+    ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+    const auto begin = clock_t::now();
+    for (int call = 0; call < 3; ++call) {
+        const answer_t answer = connect(module);
+        EXPECT_EQ(answer.code, ORALIB_FAILED);
+        EXPECT_NE(answer.error.find("Failed to wait oracle session initialization"),
+                  std::string::npos)
+            << answer.error;
+        EXPECT_LT(took, std::chrono::milliseconds(2000));
+    }
+    std::this_thread::sleep_until(begin + std::chrono::milliseconds(4500));
+    EXPECT_EQ(connect(module).code, ORALIB_OK);
+    sandbox::set_environment("ORALIB_OCI_LOAD_MS", "");
+}
+
+// What a hang costs until the client comes back: the signs of the thread.
 TEST_F(Hang, LeavesNoHandleBehind) {
     if (!machine_t::is_layered()) {
         GTEST_SKIP() << "handles are counted by the layer";
     }
-    expect_in_log("Failed to gather database props for SID: BBB");
+    write();
     const std::filesystem::path report = folder / "handles.txt";
     sandbox::set_environment("ORALIB_HANDLE_REPORT", report.u8string());
-    sandbox::set_fault(folder, "BBB", sandbox::hang("OCIServerAttach"));
-    explore();
+    sandbox::set_fault(folder, "BBB", sandbox::wait("OCIServerAttach"));
+    {
+        module_t module;
+        ASSERT_EQ(module.init(log_name).code, ORALIB_OK);
+        EXPECT_EQ(connect(module).code, ORALIB_FAILED);
+    }
+    sandbox::release(folder);
+    EXPECT_TRUE(comes_true([&] { return std::filesystem::exists(report); }));
     EXPECT_EQ(read_file(report),
               "events=0 files=0 keys=0 pipes=0 processes=0 threads=0 tokens=0\n");
     sandbox::set_environment("ORALIB_HANDLE_REPORT", "");
@@ -100,7 +242,7 @@ TEST_F(Hang, LeavesNoHandleBehind) {
 TEST_F(Hang, TheModuleUnloadsAndTheProcessEnds) {
     constexpr int some_unread = 3;
     write();
-    // What the thread that is ended held is lost.
+    // What the thread that hangs holds is lost.
     sandbox::set_environment("ASAN_OPTIONS", "detect_leaks=0");
     for (int round = 0; round < 5; ++round) {
         sandbox::set_fault(folder, "BBB", sandbox::hang("OCIServerAttach"));

@@ -22,15 +22,22 @@ std::string to_utf8(const oralib_char* text) {
 }
 
 module_t::module_t() : m_library(ORALIB_MODULE) {
-    m_free = function<decltype(OracleLibStrFree)>("OracleLibStrFree");
+    for (const char* const name :
+         {"OracleVssInitLib", "OracleVssStopLib", "OracleExploreInstances",
+          "OraclePrepareDbsForBackup", "OracleFinishDbsBackup", "OracleBackupLogs",
+          "OracleEnumLogs", "OracleRemoveLogsInTemp", "OracleGetLogsFolder",
+          "OracleDeleteLogsByTime", "OracleDeleteLogsBySize", "OracleIsRestoreRequired",
+          "OracleDoRestore", "OracleCheckIfAsmExist", "OracleTest", "OracleLibStrFree"}) {
+        m_exports[name] = m_library.find(name);
+    }
 }
 
 void* module_t::find(const char* name) const {
-    return m_library.find(name);
+    return m_exports.at(name);
 }
 
 void module_t::free(oralib_char* text) {
-    m_free(text);
+    function<decltype(OracleLibStrFree)>("OracleLibStrFree")(text);
 }
 
 template <typename Call>

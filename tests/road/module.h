@@ -1,6 +1,7 @@
 // The module as a host has it: loaded at run time, its functions found by name, its texts UTF-16.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "oralib/oralib.h"
@@ -67,7 +68,8 @@ class module_t {
     answer_t take(const Call& call);
 
     sandbox::library_t m_library;
-    decltype(OracleLibStrFree)* m_free;  // asked for early: the loader may be busy later
+    // Looked up early, as a host should: a client that hangs may have the loader later.
+    std::map<std::string, void*> m_exports;
 };
 
 }  // namespace road

@@ -98,7 +98,7 @@ class session_t {
         last = status;
         code = status;
         OraText buffer[2048] = "";
-        if (status == OCI_ERROR) {
+        if (status == OCI_ERROR || status == OCI_SUCCESS_WITH_INFO) {
             OCIErrorGet(error, 1, nullptr, &code, buffer, sizeof(buffer), OCI_HTYPE_ERROR);
         }
         text = reinterpret_cast<const char*>(buffer);

@@ -38,11 +38,60 @@ TEST_F(Faults, StrikeAtTheNthCallAcrossSessions) {
     sandbox::clear_faults(directory);
     sandbox::set_fault(directory, "ORCL", sandbox::ora("OCIEnvCreate", 600));
     EXPECT_EQ(session_t("ORCL").code, OCI_ERROR);
+    sandbox::set_fault(directory, "ORCL",
+                       {"OCIEnvCreate", 1, sandbox::fault_kind::env_left, 0, ""});
+    {
+        const session_t unborn("ORCL");
+        EXPECT_EQ(unborn.code, OCI_ERROR);
+        EXPECT_NE(unborn.env, nullptr);
+    }
+    const std::string bytes = "ORA-01100: \x81 \xD0\xBA \xFF\n";
+    sandbox::set_fault(directory, "ORCL",
+                       {"OCISessionBegin", 1, sandbox::fault_kind::ora, 1100, bytes});
+    EXPECT_EQ(session_t("ORCL").text, bytes);
+}
+
+TEST_F(Faults, DelaysAreKept) {
+    using std::chrono::milliseconds;
+    const auto time_of = [](const auto& call) {
+        const auto start = std::chrono::steady_clock::now();
+        call();
+        return std::chrono::steady_clock::now() - start;
+    };
     sandbox::set_fault(directory, "ORCL", {"OCIErrorGet", 1, sandbox::fault_kind::delay, 30, ""});
+    sandbox::set_fault(directory, "ORCL",
+                       {"OCISessionEnd", 0, sandbox::fault_kind::delay_us, 30500, ""});
     session_t late("ORCL");
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(late.run("ALTER DATABASE MOUNT"), 1100);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
+    EXPECT_GE(time_of([&] { EXPECT_EQ(late.run("ALTER DATABASE MOUNT"), 1100); }),
+              milliseconds(30));
+    auto nearest = milliseconds::max();
+    for (int i = 0; i < 5; ++i) {
+        const auto time =
+            time_of([&] { OCISessionEnd(late.service, late.error, late.session, OCI_DEFAULT); });
+        EXPECT_GE(time, std::chrono::microseconds(30500));
+        nearest = std::min(nearest, std::chrono::duration_cast<milliseconds>(time));
+    }
+    EXPECT_EQ(nearest, milliseconds(30)) << "not even one of five met its microsecond";
+}
+
+TEST_F(Faults, ACallWaitsForItsSign) {
+    for (int round = 0; round < 2; ++round) {
+        sandbox::set_fault(directory, "ORCL", sandbox::wait("SELECT NAME%", 2));
+        session_t oracle("ORCL");
+        const std::string sql = "SELECT NAME FROM V$DATABASE";
+        EXPECT_EQ(oracle.value(sql), "ORCL");
+        std::string late;
+        std::thread waiting([&] { late = oracle.value(sql); });
+        while (sandbox::read_journal(directory).back().detail != "wait") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(session_t("ORCL").run("CREATE OR REPLACE DIRECTORY D AS 'C:\\'"), 0);
+        sandbox::release(directory);
+        waiting.join();
+        EXPECT_EQ(late, "ORCL");
+        sandbox::clear_faults(directory);
+    }
 }
 
 TEST_F(Faults, AHungCallHoldsNothing) {
@@ -122,16 +171,20 @@ TEST_F(Faults, LeakedHandlesAreNoted) {
 TEST_F(Faults, TheClientCanBeUnloadedAndNotesWhatWasLeft) {
     const std::string times = (directory / "times").string();
     sandbox::set_environment("ORALIB_OCI_TIMES", times);
+    sandbox::set_environment("ORALIB_OCI_LOAD_MS", "50");
     sandbox::set_environment("ORACLE_SID", "ORCL");
     // A copy under another name is a library of its own, which this process can let go.
     const auto copy = directory / "client.so";
     std::filesystem::copy_file(CLIENT_LIBRARY, copy);
+    const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 3; ++i) {
         const sandbox::library_t library(copy);
         auto* create = reinterpret_cast<decltype(&OCIEnvCreate)>(library.find("OCIEnvCreate"));
         OCIEnv* env = nullptr;
         EXPECT_EQ(create(&env, OCI_THREADED, nullptr, nullptr, nullptr, nullptr, 0, nullptr), 0);
     }
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
+    sandbox::set_environment("ORALIB_OCI_LOAD_MS", "");
     EXPECT_EQ(sandbox::read_leaks(directory), std::vector<std::string>(3, "ENV 1"));
     std::ifstream file(times);
     std::string line;

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "watchdog.h"
+
 int share_the_sandbox(const std::string& prefix);
 
 int main(int argc, char** argv) {
@@ -10,5 +12,6 @@ int main(int argc, char** argv) {
         return share_the_sandbox(argv[2]);
     }
     testing::InitGoogleTest(&argc, argv);
+    watch_tests();
     return RUN_ALL_TESTS();
 }

@@ -11,7 +11,8 @@ class Sessions : public SandboxTest {};
 
 TEST_F(Sessions, LogonMatrix) {
     auto described = instance("ORCL");
-    described.users = {{"agent", "Pw1", true}, {"reader", "Pw2", false}};
+    described.users = {
+        {"agent", "Pw1", true}, {"reader", "Pw2", false}, {"late", "Pw3", true, true}};
     add(described);
     const auto down = state_t::down;
     const auto started = state_t::started;
@@ -42,6 +43,14 @@ TEST_F(Sessions, LogonMatrix) {
         {"ORCL", down, "reader", "Pw2", by_default, 1034},
         {"ORCL", down, "agent", "Pw1", OCI_SYSDBA, 1034},
         {"ORCL", down, "agent", "Pw1", preliminary_sysdba, 0},
+        {"ORCL", down, "agent", "Pw2", preliminary_sysdba, 1017},
+        {"ORCL", down, "reader", "Pw2", preliminary_sysdba, 1031},
+        {"ORCL", down, "reader", "Pw2", OCI_PRELIM_AUTH, 1031},
+        {"ORCL", down, "nobody", "Pw2", OCI_PRELIM_AUTH, 1017},
+        {"ORCL", down, "", "", OCI_PRELIM_AUTH, 1031},
+        {"ORCL", down, "late", "Pw3", preliminary_sysdba, 28002},
+        {"ORCL", open, "late", "Pw3", OCI_SYSDBA, 28002},
+        {"ORCL", open, "late", "Pw3", OCI_DEFAULT, 28002},
         {"ORCL", open, "sys", "oracle", by_default, 28009},
     };
     for (const auto& entry : cases) {
@@ -66,6 +75,7 @@ TEST_F(Sessions, TheThreadsAccountDecides) {
                        std::to_string(sandbox::thread_id()) + ".account");
     write_file(file, "LAB\\guest");
     EXPECT_EQ(session_t("ORCL").code, 1031);
+    EXPECT_EQ(session_t("ORCL", "", "", preliminary_sysdba).code, 1031);
     write_file(file, "LAB\\backup");
     EXPECT_EQ(session_t("ORCL").code, 0);
     std::filesystem::remove(file);
@@ -124,6 +134,13 @@ TEST_F(Sessions, AShutdownAndAStartAsTheLibraryDoesThem) {
     sandbox::set_state(directory, "ORCL", state_t::mounted);
     session_t user("ORCL", "system", "manager", OCI_SYSDBA);
     EXPECT_EQ(user.code, 1031);
+    sandbox::set_state(directory, "ORCL", state_t::open);
+    session_t plain("ORCL", "system", "manager", OCI_DEFAULT);
+    EXPECT_EQ(start(plain), 1031);
+    EXPECT_EQ(
+        plain.check(OCIDBShutdown(plain.service, plain.error, nullptr, OCI_DBSHUTDOWN_IMMEDIATE)),
+        1031);
+    sandbox::set_state(directory, "ORCL", state_t::mounted);
     EXPECT_EQ(oracle.run("CREATE DIRECTORY D AS 'C:\\'"), 1109);
 
     sandbox::set_state(directory, "ORCL", state_t::down);
@@ -183,6 +200,10 @@ TEST_F(Sessions, HandlesAndOrderAreChecked) {
     };
     EXPECT_EQ(define_at(0), 24334);
     EXPECT_EQ(execute(fresh, 0), 1012);
+    OCIAttrSet(fresh, OCI_HTYPE_SVCCTX, oracle.server, 0, OCI_ATTR_SERVER, error);
+    EXPECT_EQ(execute(fresh, 0), 1012);
+    EXPECT_EQ(oracle.check(OCIDBShutdown(fresh, error, nullptr, OCI_DBSHUTDOWN_ABORT)), 1012);
+    EXPECT_EQ(oracle.check(OCIDBStartup(fresh, error, nullptr, OCI_DEFAULT, 0)), 1012);
     EXPECT_EQ(define_at(4), 0);
     EXPECT_EQ(execute(oracle.service, 0), 1007);
     EXPECT_EQ(OCIHandleFree(define, OCI_HTYPE_DEFINE), 0);
@@ -190,13 +211,26 @@ TEST_F(Sessions, HandlesAndOrderAreChecked) {
     EXPECT_EQ(fetch(), 24374);
 
     EXPECT_EQ(define_at(1), 0);
-    EXPECT_EQ(fetch(), OCI_SUCCESS_WITH_INFO);
+    EXPECT_EQ(fetch(), 24345);
+    EXPECT_EQ(oracle.last, OCI_SUCCESS_WITH_INFO);
     EXPECT_STREQ(text, "C:\\orad");
     EXPECT_EQ(indicator, 28);
     EXPECT_EQ(code, 1406);
-    EXPECT_EQ(fetch(), OCI_SUCCESS_WITH_INFO);
+    EXPECT_EQ(fetch(), 24345);
     EXPECT_EQ(fetch(), OCI_NO_DATA);
     EXPECT_EQ(fetch(), 1002);
+
+    // Without an array for it, a value that is too long is an error; its row is passed.
+    prepare("SELECT NAME FROM V$DATAFILE WHERE FILE# < 3 UNION ALL SELECT 'short' FROM DUAL");
+    OCIDefineByPos(statement, &define, error, 1, text, sizeof(text), SQLT_STR, &indicator, nullptr,
+                   nullptr, OCI_DEFAULT);
+    EXPECT_EQ(execute(oracle.service, 1), 1406);
+    EXPECT_EQ(indicator, 28);
+    EXPECT_EQ(fetch(), 1406);
+    EXPECT_EQ(fetch(), 0);
+    EXPECT_STREQ(text, "short");
+    EXPECT_EQ(indicator, 0);
+    EXPECT_EQ(fetch(), OCI_NO_DATA);
 
     prepare("SELECT VALUE FROM V$PARAMETER WHERE NAME = 'local_listener'");
     define_at(1);

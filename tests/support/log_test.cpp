@@ -1,5 +1,6 @@
 // The log: its lines, scopes, receivers and archives.
 #include <algorithm>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -17,6 +18,7 @@
 #include "support/logging/scope.h"
 #include "support/logging/start.h"
 #include "support/logging/win_log_file.h"
+#include "support/win/path.h"
 
 namespace support_test {
 namespace {
@@ -99,6 +101,9 @@ TEST_F(Log, Exceptions) {
               "ERR |Exception message is not available.\n"
               "ERR |own\n>>  |An exception was thrown from thread [" +
                   std::to_string(GetCurrentThreadId()) + "].\n");
+    const std::string before = lines();
+    win::remove_leftover(L"C:\\log");
+    EXPECT_EQ(lines().compare(before.size(), 5, "WARN|"), 0) << "it is not empty";
 }
 
 TEST_F(Log, BothFormsOfALine) {
@@ -143,22 +148,44 @@ std::string unpacked(const std::filesystem::path& path) {
     return text;
 }
 
+// What lies in the log's folder, each file by its name with its first characters.
+std::map<std::string, std::string> beginnings(const std::filesystem::path& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        files[entry.path().filename().string()] = read_file(entry.path()).substr(0, 9);
+    }
+    return files;
+}
+
 TEST_F(Log, AGrownLogIsArchivedAndElevenArchivesAreKept) {
     const auto log = win::open_log_file(L"C:\\log\\agent.log");
     log->write("small\n");
     logging::check_size(*log);
     EXPECT_FALSE(std::filesystem::exists(drive / "log/agent.log.gz"));
-    for (int round = 1; round <= 14; ++round) {
-        log->write("round " + std::to_string(round) + "\n");
-        log->write(std::string(grown, 'x'));
-        logging::check_size(*log);
-        EXPECT_EQ(log->get_size(), 0u);
+    write_file(drive / "log/agent.log.gz", "0");
+    for (int age = 1; age <= 10; ++age) {
+        write_file(drive / ("log/agent." + std::to_string(age) + ".log.gz"), std::to_string(age));
     }
+    log->write(std::string(grown, 'x'));
+    auto expected = beginnings(drive / "log");
+    {
+        const auto reader = win::win_file_t::open_read_only(L"C:\\log\\agent.3.log.gz");
+        EXPECT_NE(failure_of([&] { logging::check_size(*log); })
+                      .find("--tr:Cannot age file. File path: [C:\\log\\agent.log.gz]. Extension: "
+                            "[.log.gz]. Ages limit: [10]."),
+                  std::string::npos);
+        EXPECT_EQ(beginnings(drive / "log"), expected);
+    }
+    logging::check_size(*log);
     log->write("goes on");
-    EXPECT_EQ(read_file(drive / "log/agent.log"), "goes on");
-    EXPECT_EQ(unpacked(drive / "log/agent.log.gz").substr(0, 9), "round 14\n");
-    EXPECT_EQ(unpacked(drive / "log/agent.10.log.gz").substr(0, 8), "round 4\n");
-    EXPECT_FALSE(std::filesystem::exists(drive / "log/agent.11.log.gz"));
+    EXPECT_EQ(unpacked(drive / "log/agent.log.gz").substr(0, 9), "small\nxxx");
+    for (int age = 10; age > 1; --age) {
+        expected["agent." + std::to_string(age) + ".log.gz"] = std::to_string(age - 1);
+    }
+    expected["agent.1.log.gz"] = "0";
+    expected["agent.log"] = "goes on";
+    expected["agent.log.gz"] = beginnings(drive / "log")["agent.log.gz"];
+    EXPECT_EQ(beginnings(drive / "log"), expected);
 }
 
 TEST_F(Log, TheSizeIsLookedAtEveryThousandLines) {
@@ -215,16 +242,6 @@ TEST_F(Log, AMillionLinesAreAllThereOrOlderThanElevenArchives) {
         expected = number + 1;
     }
     EXPECT_EQ(expected, count);
-}
-
-TEST_F(Log, TheDirectoryOfTheRegistry) {
-    machine.write_registry(
-        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Tarny\\Tarny Client Vault]\n"
-        "\"LogDirectory\"=\"C:\\\\own\\\\folder\"\n");
-    logging::get_log(L"first.log");
-    logging::get_log(L"second.log");
-    logging::start_log({});
-    EXPECT_TRUE(std::filesystem::exists(drive / "own/folder/first.log"));
 }
 
 // A socket of this machine to which another receiver sends.

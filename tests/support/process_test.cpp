@@ -66,6 +66,40 @@ TEST_F(Process, OneThatOutlastsItsTimeIsEnded) {
     EXPECT_FALSE(child.is_active());
 }
 
+TEST_F(Process, AHelperThatKeepsTheOutputOpenCostsNoMoreThanTheLimit) {
+    machine.add_child("C:\\child.exe");
+    const struct {
+        const char* words;
+        std::uint32_t limit;
+        int milliseconds;
+    } cases[] = {{"out early helper out late", 2, 2000},
+                 {"out early helper sleep 600 out late", 1, 1600}};
+    for (const auto& entry : cases) {
+        SCommand command = make_command("C:\\child.exe");
+        command.environment.emplace_back("ORALIB_CHILD", entry.words);
+        std::string output;
+        const auto begin = boost::chrono::steady_clock::now();
+        execute(command, output, entry.limit);
+        const auto time = boost::chrono::steady_clock::now() - begin;
+        EXPECT_EQ(output, "earlylate");
+        EXPECT_GE(time, boost::chrono::milliseconds(entry.milliseconds));
+        EXPECT_LT(time, boost::chrono::milliseconds(entry.milliseconds + 1500));
+    }
+    pipe::CWinPipe pipe;
+    EXPECT_EQ(pipe.read_to_end(boost::chrono::milliseconds(1)), "") << "our own end is open";
+}
+
+TEST_F(Process, TheInterpreterIsTheSystems) {
+    machine.add_child("C:\\tool.bat");
+    machine.add_child("C:\\planted\\cmd.exe");
+    SCommand command = make_command("C:\\tool.bat");
+    command.environment.emplace_back("ORALIB_CHILD", "out ran args");
+    const auto folder = std::filesystem::current_path();
+    std::filesystem::current_path(machine.find("C:\\planted"));
+    EXPECT_EQ(run(command), "ran") << "another would say its arguments";
+    std::filesystem::current_path(folder);
+}
+
 TEST_F(Process, Variables) {
     sandbox::set_environment("ORALIB_TEST_VARIABLE", "value");
     EXPECT_EQ(util::CEnvironmentVariable::read("ORALIB_TEST_VARIABLE").assignment(),

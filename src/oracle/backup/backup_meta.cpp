@@ -5,12 +5,12 @@
 #include "config/agent_config.h"
 #include "config/logon.h"
 #include "config/protected_credentials.h"
-#include "platform/platform.h"
 #include "support/logging/scope.h"
 #include "support/text/base64.h"
 #include "support/text/convert.h"
 #include "support/win/file.h"
 #include "support/win/path.h"
+#include "support/win/whole_file.h"
 #include "support/xml/xml.h"
 
 namespace specific::oracle {
@@ -79,10 +79,7 @@ void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
             add_protected(root, "os_conn", user, password);
         }
         RemoveBackupMeta(path);
-        const std::string text = util::xml_serialize(document);
-        const auto file = win::win_file_t::create_or_open(path, CREATE_ALWAYS);
-        file->write(text.data(), text.size());
-        file->flush();
+        win::write_whole_file(path, util::xml_serialize(document));
         scope.ok();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception("Failed to save oracle backup meta", e);
@@ -97,7 +94,7 @@ void ReadBackupMeta(const std::wstring& path, std::wstring& prepareXml,
             return;
         }
         const std::string text = win::win_file_t::open_read_only(path)->read_all();
-        const xml_node_t root = util::xml_child(util::xml_parse_secret(text), "restore");
+        const xml_node_t root = util::xml_child(util::xml_parse(text), "restore");
         prepareXml =
             util::from_ansi(util::base64_decode(util::xml_get_attribute(root, "dbPrepareXml")));
         read_protected(root, "conn", credentials.user, credentials.password);

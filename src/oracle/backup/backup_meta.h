@@ -12,8 +12,8 @@ std::wstring GetBackupMetaPath();
 
 /// None of these throws: failures are logged.
 
-/// Replaces the file; nothing is done for an empty document. The accounts are stored in their
-/// protected form (config/protected_credentials.h).
+/// Replaces the file, which is whole or absent; nothing is done for an empty document. The accounts
+/// are stored in their protected form (config/protected_credentials.h).
 void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
                     const SOracleCredentials& credentials, const std::wstring& osUserName,
                     const std::wstring& osPassword);

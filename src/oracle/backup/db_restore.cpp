@@ -1,12 +1,16 @@
 #include "oracle/backup/db_restore.h"
 
+#include <cstdint>
 #include <exception>
+#include <set>
 #include <string>
 
 #include <boost/make_shared.hpp>
 
 #include "config/agent_config.h"
+#include "oracle/connect/errors.h"
 #include "oracle/connect/session_holder.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/connect/status.h"
 #include "platform/platform.h"
 #include "support/exc/rethrow.h"
@@ -42,6 +46,13 @@ std::wstring instance_status(const holder_t& holder) {
     std::wstring status;
     get_status(error_slot, status, holder->get_session(), EStatusKind::instance);
     return status;
+}
+
+// What an instance answers while it is just coming up or going down: initialization or shutdown in
+// progress, not available, immediate shutdown, the connection lost with it.
+bool is_changing_state(std::uint32_t ora_number) {
+    static const std::set<std::uint32_t> numbers = {1033, 1034, 1089, 1090, 3113, 3114, 27101};
+    return numbers.count(ora_number) != 0;
 }
 
 // Without autostart it stays mounted, and opening it is left to whoever owns it.
@@ -107,11 +118,15 @@ void restore_plugged_db(const holder_t& holder, const CDbsBackupXml::SPluggedDb&
         const auto query = holder->get_session()->query();
         const std::wstring current =
             query->exec_value(util::format_message("SELECT OPEN_MODE FROM V$PDBS WHERE NAME = '%1'",
-                                                   util::to_ansi(pdb.name)),
+                                                   sql_literal(util::to_ansi(pdb.name))),
                               true);
         if (current != pdb.mode) {
+            if (openMode != L"READ ONLY" && openMode != L"READ WRITE" && openMode != L"UPGRADE") {
+                throw exc::runtime_exc_t("Not a mode to open in: [%1].",
+                                         util::to_ansi_safe(openMode));
+            }
             query->exec_command(util::format_message("ALTER PLUGGABLE DATABASE \"%1\" OPEN %2",
-                                                     util::to_ansi(pdb.name),
+                                                     sql_identifier(util::to_ansi(pdb.name)),
                                                      util::to_ansi(openMode)));
         }
         scope.ok();
@@ -140,7 +155,14 @@ bool try_restore(const SOracleSid& sid, const SOracleCredentials& credentials) {
     if (!holder || !is_up(holder)) {
         return false;
     }
-    const std::wstring status = instance_status(holder);
+    std::wstring status;
+    try {
+        status = instance_status(holder);
+    } catch (const COracleExc& e) {
+        if (!is_changing_state(e.code())) {
+            throw;
+        }
+    }
     if (begins_with(status, L"MOUNTED")) {
         return EndBackupMounted(holder, sid.autostart);
     }
@@ -168,9 +190,9 @@ void take_second_chance(const SOracleSid& sid, const SOracleCredentials& credent
 
 void RestoreDb(const SOracleSid& sid, const SOracleCredentials& credentials,
                const plugged_dbs_t& pdbs) {
-    const int attempts = COracleAgentConfig::instance().OracleWaitDbStartedAttemptCount();
+    const std::uint64_t attempts = COracleAgentConfig::instance().OracleWaitDbStartedAttemptCount();
     bool done = false;
-    for (int attempt = 1; attempt <= attempts && !done; ++attempt) {
+    for (std::uint64_t attempt = 1; attempt <= attempts && !done; ++attempt) {
         done = try_restore(sid, credentials);
         if (!done) {
             g_oralib_log.warning(

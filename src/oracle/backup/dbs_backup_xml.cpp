@@ -2,6 +2,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "config/protected_credentials.h"
 #include "support/exc/exc.h"
 #include "support/logging/logger.h"
 #include "support/text/convert.h"
@@ -152,7 +153,7 @@ std::wstring CDbsBackupXml::serialize(const infos_t& infos) {
 
 CDbsBackupXml::infos_t CDbsBackupXml::parse(const std::wstring& document) {
     const std::string text = util::to_ansi(document);
-    g_oralib_log.line("XML: %1", text);
+    g_oralib_log.line("XML: %1", hide_protected(text));
     const xml_node_t root = util::xml_child(util::xml_parse(text), "databases");
     infos_t infos;
     for (const xml_node_t& element : util::xml_child_elements(root)) {

@@ -84,6 +84,8 @@ void back_up_hot(info_t& record, const log_position_t& dbRecId,
     GetFirstNeededLogRecord(session, record.maxLogRecId, record.maxLogStamp);
 }
 
+// A database that tells no log mode, as while its control file is written, is no database without
+// archive logging: only what has said so is shut down.
 void prepare_open_db(info_t& record, const log_position_t& dbRecId,
                      const boost::shared_ptr<COracleSessionHolder>& holder,
                      const session_ptr_t& session) {
@@ -101,6 +103,11 @@ void prepare_open_db(info_t& record, const log_position_t& dbRecId,
     } else if (config.OracleSkipNoArchiveLogDB()) {
         record.action = action_oracle_skip_vss;
     } else {
+        if (!session->had_options()) {
+            throw exc::runtime_exc_t(std::string(
+                "The database did not tell its log mode, so it was neither put into backup mode "
+                "nor shut down."));
+        }
         session->shutdown();
         record.action = action_shutdown;
     }

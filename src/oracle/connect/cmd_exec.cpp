@@ -2,10 +2,8 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 
-#include "oracle/connect/interface.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
@@ -21,11 +19,7 @@ COracleCmdExec::COracleCmdExec(boost::shared_ptr<COracleEnv> oracle_env,
     try {
         log_scope_t scope(g_oralib_log, "Creating oracle cmd executor: %1", text);
         statement = env->alloc_handle(OCI_HTYPE_STMT);
-        env->check((*get_interface())
-                       ->StmtPrepare(statement->get<OCIStmt>(), env->error_handle(),
-                                     reinterpret_cast<const OraText*>(text.c_str()),
-                                     static_cast<ub4>(std::strlen(text.c_str())), OCI_NTV_SYNTAX,
-                                     OCI_DEFAULT));
+        get_interface()->stmt_prepare(*env, *statement, text);
         scope.ok();
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to create oracle cmd executor.", e);
@@ -34,12 +28,7 @@ COracleCmdExec::COracleCmdExec(boost::shared_ptr<COracleEnv> oracle_env,
 
 void COracleCmdExec::bind(const std::string& name, void* value, ub2 data_type, sb4 value_size) {
     try {
-        OCIBind* bind = nullptr;
-        env->check((*get_interface())
-                       ->BindByName(statement->get<OCIStmt>(), &bind, env->error_handle(),
-                                    reinterpret_cast<const OraText*>(name.c_str()), -1, value,
-                                    value_size, data_type, nullptr, nullptr, nullptr, 0, nullptr,
-                                    OCI_DEFAULT));
+        get_interface()->bind_by_name(*env, *statement, name, value, value_size, data_type);
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to bind param [%1] to cmd executor, handle: %2", name,
                                 handle_text(), e);
@@ -49,9 +38,7 @@ void COracleCmdExec::bind(const std::string& name, void* value, ub2 data_type, s
 void COracleCmdExec::execute() {
     try {
         log_scope_t scope(g_oralib_log, "Executing oracle cmd: %1", handle_text());
-        env->check((*get_interface())
-                       ->StmtExecute(service_context->get<OCISvcCtx>(), statement->get<OCIStmt>(),
-                                     env->error_handle(), 1, 0, nullptr, nullptr, OCI_DEFAULT));
+        get_interface()->stmt_execute(*env, *service_context, *statement, 1);
         scope.ok();
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to execute oracle command, handle: %1", handle_text(), e);

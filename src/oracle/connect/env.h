@@ -3,33 +3,36 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include <boost/shared_ptr.hpp>
 
-#include "oracle/connect/oci.h"
+#include "oracle/connect/interface.h"
 
 namespace specific::oracle {
 
 /// Owns an OCI error handle.
 class COracleError {
   public:
-    explicit COracleError(OCIError* error) : handle(error) {}
-    ~COracleError();
+    COracleError(OCIError* error, abandoned_t session_abandoned)
+        : handle(error), abandoned(std::move(session_abandoned)) {}
+    ~COracleError() { get_interface()->handle_free(handle, OCI_HTYPE_ERROR, abandoned); }
     COracleError(const COracleError&) = delete;
     COracleError& operator=(const COracleError&) = delete;
 
     OCIError* get() const { return handle; }
-    void abandon() { handle = nullptr; }
 
   private:
     OCIError* handle;
+    abandoned_t abandoned;
 };
 
 /// Owns an OCI handle of any other type. An abandoned one is never freed: it may belong to a call
 /// that hangs.
 class COracleHandle {
   public:
-    COracleHandle(void* oci_handle, ub4 handle_type) : handle(oci_handle), type(handle_type) {}
+    COracleHandle(void* oci_handle, ub4 handle_type, abandoned_t session_abandoned)
+        : handle(oci_handle), type(handle_type), abandoned(std::move(session_abandoned)) {}
     ~COracleHandle();
     COracleHandle(const COracleHandle&) = delete;
     COracleHandle& operator=(const COracleHandle&) = delete;
@@ -38,20 +41,22 @@ class COracleHandle {
     Oci* get() const {
         return static_cast<Oci*>(handle);
     }
-    void abandon() { abandoned = true; }
+    ub4 get_type() const { return type; }
 
   private:
     void* handle;
     ub4 type;
-    bool abandoned = false;
+    abandoned_t abandoned;
 };
 
 /// An OCI environment with its one error handle.
 class COracleEnv {
   public:
-    /// Throws runtime_exc_t when the environment or its error handle cannot be had.
-    static boost::shared_ptr<COracleEnv> create();
+    /// `abandoned` is the session's own. Throws runtime_exc_t when the environment or its error
+    /// handle cannot be had.
+    static boost::shared_ptr<COracleEnv> create(const abandoned_t& abandoned = make_abandoned());
 
+    /// An abandoned environment is never freed, nor is any handle of it.
     ~COracleEnv();
     COracleEnv(const COracleEnv&) = delete;
     COracleEnv& operator=(const COracleEnv&) = delete;
@@ -63,18 +68,18 @@ class COracleEnv {
     /// `ignored_code` when that is the ORA number that Oracle reported.
     std::uint32_t check(sword status, std::uint32_t ignored_code = 0);
 
+    OCIEnv* get() const { return env; }
     OCIError* error_handle() const { return error->get(); }
-
-    /// From now on no handle of this environment is freed.
-    void abandon() { abandoned = true; }
+    const abandoned_t& abandoned() const { return m_abandoned; }
 
   private:
-    explicit COracleEnv(OCIEnv* environment) : env(environment) {}
+    COracleEnv(OCIEnv* environment, const abandoned_t& session_abandoned)
+        : env(environment), m_abandoned(session_abandoned) {}
 
     OCIEnv* env;
     boost::shared_ptr<COracleError> error;
     std::wstring last_error;
-    bool abandoned = false;
+    abandoned_t m_abandoned;
 };
 
 }  // namespace specific::oracle

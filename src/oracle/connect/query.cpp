@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <cwctype>
 #include <exception>
 
 #include <boost/make_shared.hpp>
 
-#include "oracle/connect/interface.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/text/convert.h"
@@ -20,6 +18,9 @@ using logging::g_oralib_log;
 namespace {
 
 constexpr std::size_t value_size = 1024;
+constexpr std::uint32_t ora_value_truncated = 1406;
+// In a row: a client that gives the same row again and again must come to an end.
+constexpr int max_rows_too_long = 1000;
 
 struct column_t {
     std::array<char, value_size> buffer{};
@@ -74,13 +75,9 @@ COracleQuery::COracleQuery(boost::shared_ptr<COracleEnv> oracle_env,
 boost::shared_ptr<COracleHandle> COracleQuery::prepare(const std::string& sql) {
     try {
         const auto oci = get_interface();
-        env->check((*oci)->AttrSet(service_context->get(), OCI_HTYPE_SVCCTX, session_handle->get(),
-                                   0, OCI_ATTR_SESSION, env->error_handle()));
+        oci->attr_set(*env, *service_context, *session_handle, OCI_ATTR_SESSION);
         const auto statement = env->alloc_handle(OCI_HTYPE_STMT);
-        env->check((*oci)->StmtPrepare(statement->get<OCIStmt>(), env->error_handle(),
-                                       reinterpret_cast<const OraText*>(sql.c_str()),
-                                       static_cast<ub4>(std::strlen(sql.c_str())), OCI_NTV_SYNTAX,
-                                       OCI_DEFAULT));
+        oci->stmt_prepare(*env, *statement, sql);
         return statement;
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("OracleSession: failed to create OCI Stmt.", e);
@@ -93,7 +90,7 @@ boost::shared_ptr<COracleQueryResult> COracleQuery::exec(const std::string& sql,
     try {
         g_oralib_log.line("Exec oracle query: %1", sql);
         const auto statement = prepare(sql);
-        std::vector<row_t> rows = fetch(statement->get<OCIStmt>(), column_count, uppercase);
+        std::vector<row_t> rows = fetch(*statement, column_count, uppercase);
         log_rows(rows);
         return boost::make_shared<COracleQueryResult>(std::move(rows));
     } catch (const std::exception& e) {
@@ -101,31 +98,32 @@ boost::shared_ptr<COracleQueryResult> COracleQuery::exec(const std::string& sql,
     }
 }
 
-std::vector<row_t> COracleQuery::fetch(OCIStmt* statement, std::uint32_t column_count,
+std::vector<row_t> COracleQuery::fetch(const COracleHandle& statement, std::uint32_t column_count,
                                        bool uppercase) {
     const auto oci = get_interface();
     std::vector<column_t> columns(column_count);
     for (std::uint32_t i = 0; i < column_count; ++i) {
-        OCIDefine* define = nullptr;
-        env->check((*oci)->DefineByPos(statement, &define, env->error_handle(), i + 1,
-                                       columns[i].buffer.data(), static_cast<sb4>(value_size),
-                                       SQLT_STR, &columns[i].indicator, nullptr, nullptr,
-                                       OCI_DEFAULT));
-        columns[i].define = boost::make_shared<COracleHandle>(define, OCI_HTYPE_DEFINE);
+        void* const define =
+            oci->define_by_pos(*env, statement, i + 1, columns[i].buffer.data(),
+                               static_cast<sb4>(value_size), &columns[i].indicator);
+        columns[i].define =
+            boost::make_shared<COracleHandle>(define, OCI_HTYPE_DEFINE, env->abandoned());
     }
 
-    env->check((*oci)->StmtExecute(service_context->get<OCISvcCtx>(), statement,
-                                   env->error_handle(), column_count == 0 ? 1 : 0, 0, nullptr,
-                                   nullptr, OCI_DEFAULT));
+    oci->stmt_execute(*env, *service_context, statement, column_count == 0 ? 1 : 0);
 
     std::vector<row_t> rows;
-    for (;;) {
+    for (int too_long = 0; too_long < max_rows_too_long;) {
         // A command has no rows: this fetch fails, and so ends the loop at once.
-        const sword status =
-            (*oci)->StmtFetch2(statement, env->error_handle(), 1, OCI_FETCH_NEXT, 0, OCI_DEFAULT);
-        if (status != OCI_SUCCESS && status != OCI_SUCCESS_WITH_INFO) {
-            return rows;
+        const sword status = oci->stmt_fetch(*env, statement);
+        if (status == OCI_ERROR && column_count > 0 && is_row_too_long()) {
+            ++too_long;
+            continue;
         }
+        if (status != OCI_SUCCESS && status != OCI_SUCCESS_WITH_INFO) {
+            break;
+        }
+        too_long = 0;
         const bool complete = std::all_of(columns.begin(), columns.end(),
                                           [](const column_t& c) { return c.indicator == 0; });
         if (complete) {
@@ -137,6 +135,12 @@ std::vector<row_t> COracleQuery::fetch(OCIStmt* statement, std::uint32_t column_
             rows.push_back(std::move(row));
         }
     }
+    return rows;
+}
+
+// Without an array for return codes the client answers a value that does not fit as an error.
+bool COracleQuery::is_row_too_long() const {
+    return get_interface()->error_get(*env).code == ora_value_truncated;
 }
 
 row_t COracleQuery::exec_row(const std::string& sql, std::uint32_t column_count, bool uppercase) {

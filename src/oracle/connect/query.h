@@ -30,8 +30,8 @@ class COracleQueryResult {
 ///
 /// Every value arrives as text of at most 1,024 bytes, each byte sign-extended to one character
 /// and, with `uppercase`, raised to upper case. A row with a NULL or an overlong value in any
-/// column is dropped in silence; a fetch error ends the rows as their end does. A statement that
-/// fails throws COracleExc.
+/// column is dropped in silence; any other fetch error ends the rows as their end does. A statement
+/// that fails throws COracleExc.
 class COracleQuery {
   public:
     COracleQuery(boost::shared_ptr<COracleEnv> oracle_env, boost::shared_ptr<COracleHandle> service,
@@ -48,7 +48,9 @@ class COracleQuery {
 
   private:
     boost::shared_ptr<COracleHandle> prepare(const std::string& sql);
-    std::vector<row_t> fetch(OCIStmt* statement, std::uint32_t column_count, bool uppercase);
+    std::vector<row_t> fetch(const COracleHandle& statement, std::uint32_t column_count,
+                             bool uppercase);
+    bool is_row_too_long() const;
 
     boost::shared_ptr<COracleEnv> env;
     boost::shared_ptr<COracleHandle> service_context;

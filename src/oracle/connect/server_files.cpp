@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "oracle/connect/cmd_exec.h"
+#include "oracle/connect/sql_text.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/text/convert.h"
@@ -24,7 +25,7 @@ void run(const COracleSession& session, const std::string& text) {
 
 void create_directory(const COracleSession& session, const std::string& name,
                       const std::string& folder) {
-    run(session, format_message("CREATE DIRECTORY %1 AS '%2'", name, folder));
+    run(session, format_message("CREATE DIRECTORY %1 AS '%2'", name, sql_literal(folder)));
 }
 
 void drop_directory(const COracleSession& session, const std::string& name) {
@@ -66,7 +67,7 @@ void copy_asm_file(const COracleSession& session, const std::string& from, const
         create_directory(session, target, target_folder);
         run(session,
             format_message("BEGIN\n DBMS_FILE_TRANSFER.COPY_FILE('%1', '%2', '%3', '%4');\n END;",
-                           source, source_name, target, target_name));
+                           source, sql_literal(source_name), target, sql_literal(target_name)));
         drop_directory(session, source);
         drop_directory(session, target);
     } catch (const std::exception& e) {
@@ -102,8 +103,8 @@ void remove_file_with_query(const COracleSession& session, const std::wstring& p
     win::split_path(util::to_ansi(path), folder, file_name);
     const std::string directory = make_directory_name();
     create_directory(session, directory, folder);
-    run(session,
-        format_message("BEGIN\n UTL_FILE.FREMOVE('%1', '%2');\n END;", directory, file_name));
+    run(session, format_message("BEGIN\n UTL_FILE.FREMOVE('%1', '%2');\n END;", directory,
+                                sql_literal(file_name)));
     drop_directory(session, directory);
 }
 

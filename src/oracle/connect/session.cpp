@@ -6,7 +6,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include "oracle/connect/interface.h"
 #include "support/exc/exc.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
@@ -42,25 +41,18 @@ long parse_long(const std::string& text) {
 void COracleSession::init(ub4 mode) {
     try {
         log_scope_t scope(g_oralib_log, "Initializing oracle session");
-        env = COracleEnv::create();
+        env = COracleEnv::create(abandoned);
         service_context = env->alloc_handle(OCI_HTYPE_SVCCTX);
         server = env->alloc_handle(OCI_HTYPE_SERVER);
-        throw_if_abandoned();
         init_server();
         init_session();
 
-        throw_if_abandoned();
-        const auto oci = get_interface();
-        const sword status =
-            (*oci)->SessionBegin(service_context->get<OCISvcCtx>(), env->error_handle(),
-                                 session_handle->get<OCISession>(),
-                                 login.user.empty() ? OCI_CRED_EXT : OCI_CRED_RDBMS, mode);
-        if (status == OCI_SUCCESS && !abandoned) {
-            env->check((*oci)->AttrSet(service_context->get(), OCI_HTYPE_SVCCTX,
-                                       session_handle->get(), 0, OCI_ATTR_SESSION,
-                                       env->error_handle()));
+        const sword status = get_interface()->session_begin(
+            *env, *service_context, *session_handle,
+            login.user.empty() ? OCI_CRED_EXT : OCI_CRED_RDBMS, mode);
+        if (status == OCI_SUCCESS) {
+            set_session();
         }
-        throw_if_abandoned();
         instance_down = env->check(status, ora_not_available) == ora_not_available;
         begun = true;
         scope.ok();
@@ -69,21 +61,11 @@ void COracleSession::init(ub4 mode) {
     }
 }
 
-// The thread that connects may come back after it was given up on.
-void COracleSession::throw_if_abandoned() const {
-    if (abandoned) {
-        throw exc::runtime_exc_t(std::string("The session has been abandoned."));
-    }
-}
-
 void COracleSession::init_server() {
     try {
-        const auto oci = get_interface();
-        env->check((*oci)->ServerAttach(server->get<OCIServer>(), env->error_handle(), nullptr, 0,
-                                        OCI_DEFAULT));
+        get_interface()->server_attach(*env, *server);
         attached = true;
-        env->check((*oci)->AttrSet(service_context->get(), OCI_HTYPE_SVCCTX, server->get(), 0,
-                                   OCI_ATTR_SERVER, env->error_handle()));
+        get_interface()->attr_set(*env, *service_context, *server, OCI_ATTR_SERVER);
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("OracleSession: failed to init server.", e);
     }
@@ -92,32 +74,26 @@ void COracleSession::init_server() {
 void COracleSession::init_session() {
     try {
         session_handle = env->alloc_handle(OCI_HTYPE_SESSION);
-        if (login.user.empty()) {
-            return;
+        if (!login.user.empty()) {
+            get_interface()->attr_set(*env, *session_handle, login.user, OCI_ATTR_USERNAME);
+            get_interface()->attr_set(*env, *session_handle, login.password, OCI_ATTR_PASSWORD);
         }
-        const auto oci = get_interface();
-        env->check((*oci)->AttrSet(session_handle->get(), OCI_HTYPE_SESSION, login.user.data(),
-                                   static_cast<ub4>(login.user.size()), OCI_ATTR_USERNAME,
-                                   env->error_handle()));
-        env->check((*oci)->AttrSet(session_handle->get(), OCI_HTYPE_SESSION, login.password.data(),
-                                   static_cast<ub4>(login.password.size()), OCI_ATTR_PASSWORD,
-                                   env->error_handle()));
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("OracleSession: failed to init session.", e);
     }
 }
 
+// A logon with a warning, as of a password about to expire, has left it open.
+void COracleSession::set_session() {
+    if (!session_set) {
+        get_interface()->attr_set(*env, *service_context, *session_handle, OCI_ATTR_SESSION);
+        session_set = true;
+    }
+}
+
 COracleSession::~COracleSession() {
-    if (abandoned) {
-        for (const auto& handle : {session_handle, server, service_context}) {
-            if (handle) {
-                handle->abandon();
-            }
-        }
-        if (env) {
-            env->abandon();
-        }
-        return;
+    if (*abandoned) {
+        return;  // all that belongs to it knows, and makes no call either
     }
     try {
         end();
@@ -129,19 +105,14 @@ COracleSession::~COracleSession() {
 void COracleSession::end() {
     log_scope_t scope(g_oralib_log, "Destroying oracle session");
     if (begun) {
-        const sword status =
-            (*get_interface())
-                ->SessionEnd(service_context->get<OCISvcCtx>(), env->error_handle(),
-                             session_handle->get<OCISession>(), OCI_DEFAULT);
+        const sword status = get_interface()->session_end(*env, *service_context, *session_handle);
         if (status != OCI_SUCCESS) {
             g_oralib_log.warning("Failed to end OCI session, error: %1",
                                  util::to_string(static_cast<std::uint32_t>(status)));
         }
     }
     if (attached) {
-        const sword status =
-            (*get_interface())
-                ->ServerDetach(server->get<OCIServer>(), env->error_handle(), OCI_DEFAULT);
+        const sword status = get_interface()->server_detach(*env, *server);
         if (status != OCI_SUCCESS) {
             g_oralib_log.warning("Failed to detach OCI server, error: %1",
                                  util::to_string(static_cast<std::uint32_t>(status)));
@@ -166,6 +137,7 @@ void COracleSession::get_options(bool& read_only, bool& archive_log) const {
     try {
         log_scope_t scope(g_oralib_log, "Getting oracle database options");
         const row_t row = query()->exec_row("SELECT OPEN_MODE, LOG_MODE FROM V$DATABASE", 2, true);
+        options_told = row.size() == 2 && !row[0].empty() && !row[1].empty();
         read_only = false;
         archive_log = false;
         for (const std::wstring& column : row) {
@@ -194,10 +166,10 @@ std::wstring COracleSession::get_name() {
 void COracleSession::startup() {
     try {
         log_scope_t scope(g_oralib_log, "Starting up database");
+        get_interface()->require_instance_control();
         g_oralib_log.line("Startup in NOMOUNT mode");
-        env->check((*get_interface())
-                       ->DBStartup(service_context->get<OCISvcCtx>(), env->error_handle(), nullptr,
-                                   OCI_DEFAULT, 0));
+        set_session();
+        get_interface()->db_startup(*env, *service_context);
         scope.ok();
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to startup database", e);
@@ -214,13 +186,13 @@ void COracleSession::shutdown() {
     try {
         log_scope_t scope(g_oralib_log, "Shutting down database");
         const auto oci = get_interface();
-        (*oci)->DBShutdown(service_context->get<OCISvcCtx>(), env->error_handle(), nullptr,
-                           OCI_DBSHUTDOWN_IMMEDIATE);
+        oci->require_instance_control();
+        set_session();
+        oci->db_shutdown(*env, *service_context, OCI_DBSHUTDOWN_IMMEDIATE);
         const auto commands = query();
         commands->exec_command("ALTER DATABASE CLOSE NORMAL");
         commands->exec_command("ALTER DATABASE DISMOUNT");
-        (*oci)->DBShutdown(service_context->get<OCISvcCtx>(), env->error_handle(), nullptr,
-                           OCI_DBSHUTDOWN_FINAL);
+        oci->db_shutdown(*env, *service_context, OCI_DBSHUTDOWN_FINAL);
         scope.ok();
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("Failed to shutdown database", e);

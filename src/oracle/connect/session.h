@@ -1,8 +1,8 @@
 // One connected session of the Oracle client.
 #pragma once
 
-#include <atomic>
 #include <string>
+#include <utility>
 
 #include <boost/shared_ptr.hpp>
 
@@ -17,7 +17,10 @@ namespace specific::oracle {
 /// time, not always by the one that made it. Operations throw, COracleExc where Oracle refused.
 class COracleSession {
   public:
-    explicit COracleSession(const SOracleCredentials& credentials) : login(credentials) {}
+    /// `session_abandoned` tells, from any thread, that the session was given up on.
+    explicit COracleSession(const SOracleCredentials& credentials,
+                            abandoned_t session_abandoned = make_abandoned())
+        : abandoned(std::move(session_abandoned)), login(credentials) {}
     /// Ends the session; an abandoned one makes no OCI call and leaves its handles behind.
     ~COracleSession();
     COracleSession(const COracleSession&) = delete;
@@ -32,10 +35,13 @@ class COracleSession {
 
     /// V$DATABASE: OPEN_MODE begins with READ ONLY; LOG_MODE begins with ARCHIVELOG.
     void get_options(bool& read_only, bool& archive_log) const;
+    /// Whether the last get_options had both values: V$DATABASE may for a moment have no row.
+    bool had_options() const { return options_told; }
     /// V$DATABASE.NAME, asked for once.
     std::wstring get_name();
 
-    /// Starts the instance, to NOMOUNT; needs a session made with OCI_PRELIM_AUTH.
+    /// Starts the instance, to NOMOUNT; needs a session made with OCI_PRELIM_AUTH. Here and in
+    /// shutdown, a client library that cannot do it is a runtime_exc_t before anything is changed.
     void startup();
     void mount_and_open();
     void shutdown();
@@ -49,12 +55,12 @@ class COracleSession {
 
     /// The client hangs in a call on this session: from now on nobody calls it again. May be
     /// called by any thread.
-    void abandon() { abandoned = true; }
+    void abandon() { *abandoned = true; }
 
   private:
-    void throw_if_abandoned() const;
     void init_server();
     void init_session();
+    void set_session();
     void load_version();
     void end();
 
@@ -64,8 +70,10 @@ class COracleSession {
     boost::shared_ptr<COracleHandle> session_handle;
     bool begun = false;
     bool attached = false;
-    std::atomic<bool> abandoned{false};
+    abandoned_t abandoned;
+    bool session_set = false;
     bool instance_down = false;
+    mutable bool options_told = false;
     boost::shared_ptr<bool> m_is_12_or_later;
     boost::shared_ptr<bool> m_is_before_11;
     SOracleCredentials login;

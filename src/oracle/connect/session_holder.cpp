@@ -1,28 +1,23 @@
 #include "oracle/connect/session_holder.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 
-#include <boost/chrono/duration.hpp>
 #include <boost/make_shared.hpp>
-#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
-#include <boost/thread/thread.hpp>
 
-#include "config/agent_config.h"
+#include "oracle/connect/client_thread.h"
 #include "oracle/connect/errors.h"
 #include "oracle/connect/interface.h"
-#include "oracle/connect/terminate.h"
 #include "platform/guard.h"
 #include "platform/platform.h"
-#include "platform/thread.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
+#include "support/synch/thread_gate.h"
 #include "support/text/convert.h"
 #include "support/win/event.h"
 #include "support/win/handle.h"
@@ -35,8 +30,10 @@ using logging::log_scope_t;
 namespace {
 
 constexpr DWORD token_wait_ms = 1814400000;  // 21 days
+constexpr DWORD token_wait_step_ms = 1000;
 
 boost::recursive_mutex session_creation_lock;
+boost::mutex environment_lock;
 
 void set_env_variable(const wchar_t* name, const std::wstring& value) {
     const std::string assignment = util::to_ansi(std::wstring(name) + L"=" + value);
@@ -46,174 +43,115 @@ void set_env_variable(const wchar_t* name, const std::wstring& value) {
 
 }  // namespace
 
-// Shared with the init thread, which may outlast the holder when it cannot be ended.
+// Shared with the init thread, which outlasts the holder when it hangs.
 struct COracleSessionHolder::SState {
-    std::atomic<DWORD> thread_id{0};
-    std::atomic<bool> given_up{false};          // set under ready_mutex
-    boost::shared_ptr<COracleSession> session;  // under ready_mutex until ready
+    abandoned_t abandoned = make_abandoned();   // of every session that the thread makes
+    boost::shared_ptr<COracleSession> session;  // the thread's until it is ready
     std::wstring home;
     std::wstring sid;
     SOracleCredentials login;
     bool prelim = false;
     boost::shared_ptr<exc::exc_base_t> init_error;
     win::win_manual_reset_event_t token_ready;
-    boost::mutex ready_mutex;
-    boost::condition_variable ready_cond;
-    bool ready = false;
-    boost::mutex stop_mutex;
-    boost::condition_variable stop_cond;
-    bool stop = false;
 };
 
-// The thread that connects and then stays parked until its owner goes.
-class COracleSessionHolder::CInitThread {
-  public:
-    explicit CInitThread(boost::shared_ptr<SState> shared_state)
-        : state(std::move(shared_state)),
-          share(boost::make_shared<boost::shared_ptr<SState>>(state)),
-          thread(platform::start_thread([held = share] { run(**held); })) {}
+namespace {
 
-    ~CInitThread() {
-        {
-            const boost::lock_guard<boost::mutex> lock(state->stop_mutex);
-            state->stop = true;
-        }
-        state->stop_cond.notify_all();
-        if (thread->joinable()) {  // one that was given up on is detached
-            thread->join();
-        }
-    }
+using state_t = COracleSessionHolder::SState;
 
-    void update_token() {
-        log_scope_t scope(g_oralib_log, "Updating oracle init thread token.");
-        HANDLE opened = nullptr;
-        if (OpenThreadToken(GetCurrentThread(), TOKEN_IMPERSONATE, TRUE, &opened)) {
-            const win::win_handle_t token(opened);
-            HANDLE handle = platform::thread_handle(*thread);
-            if (!SetThreadToken(&handle, token.get())) {
-                const DWORD error = GetLastError();
-                throw exc::win_sys_exc_t("Failed to set oracle init thread token", error);
-            }
-        } else {
-            const DWORD error = GetLastError();
-            if (error != ERROR_NO_TOKEN) {
-                throw exc::win_sys_exc_t("Failed to open main thread token", error);
-            }
-            g_oralib_log.line("There is no token in the current thread");
-        }
-        state->token_ready.set();
-        scope.ok();
-    }
-
-    void terminate() {
-        log_scope_t scope(g_oralib_log, "Terminating oracle init thread");
-        const DWORD error = terminate_thread(*thread, state->thread_id);
-        if (error != ERROR_SUCCESS) {
-            throw exc::win_sys_exc_t("Failed to terminate oracle session init thread", error);
-        }
-        // The thread's own reference is lost with its stack; the logon must not be.
-        share->reset();
-        scope.ok();
-    }
-
-  private:
-    static void run(SState& state) {
-        state.thread_id = GetCurrentThreadId();
-        try {
-            state.token_ready.wait(token_wait_ms);
-            if (state.given_up) {
-                return;
-            }
-            set_env_variable(L"ORACLE_HOME", state.home);
-            set_env_variable(L"ORACLE_SID", state.sid);
-            get_interface();
-            connect_guarded(state);
-            set_ready(state);
-        } catch (const std::exception& e) {
-            if (state.given_up) {
-                return;
-            }
-            g_oralib_log.log_exception_thread("Oracle session init thread failed", e);
-            state.init_error = exc::capture_exception(e);
-            set_ready(state);
+// Steps, since a thread that was given up on gets no token any more.
+void wait_for_token(const state_t& state, const synch::thread_gate_t& gate) {
+    for (DWORD waited = 0; waited < token_wait_ms && !gate.is_gone();
+         waited += token_wait_step_ms) {
+        if (state.token_ready.wait(token_wait_step_ms) != WAIT_TIMEOUT) {
             return;
         }
-        boost::unique_lock<boost::mutex> lock(state.stop_mutex);
-        state.stop_cond.wait(lock, [&state] { return state.stop; });
     }
+}
 
-    static void set_ready(SState& state) {
-        {
-            const boost::lock_guard<boost::mutex> lock(state.ready_mutex);
-            state.ready = true;
-        }
-        state.ready_cond.notify_all();
+// Under the lock, so that a thread that was given up on meanwhile finds the next one's variables
+// either not yet written or not any more its own to write: it would send that one to another
+// database.
+void set_environment(const state_t& state, const synch::thread_gate_t& gate) {
+    if (gate.is_gone()) {
+        return;
     }
-
-    // A fault leaves no exception behind: the session shows that it never began.
-    static void connect_guarded(SState& state) {
-        DWORD fault = 0;
-        const std::uint32_t depth = logging::get_depth();
-        if (platform::call_guarded([](void* context) { connect(*static_cast<SState*>(context)); },
-                                   &state, fault)) {
-            return;
-        }
-        if (state.given_up) {
-            return;
-        }
-        // The scopes in between were left without their ends.
-        logging::set_depth(depth);
-        logging::forget_scopes(g_oralib_log, state.thread_id);
-        if (fault == delay_load_module_not_found || fault == delay_load_entry_point_not_found) {
-            g_oralib_log.warning("Failed to load OCI library");
-        } else {
-            char code[11];
-            std::snprintf(code, sizeof code, "0x%08x", static_cast<unsigned>(fault));
-            g_oralib_log.warning(
-                "SEH exception has occurred while initializing Oracle session, exception code: %1",
-                code);
-        }
-        // A client that has faulted is not called again, not even to free its handles.
-        if (state.session) {
-            state.session->abandon();
-        }
+    const boost::lock_guard<boost::mutex> lock(environment_lock);
+    if (!gate.is_gone()) {
+        set_env_variable(L"ORACLE_HOME", state.home);
+        set_env_variable(L"ORACLE_SID", state.sid);
     }
+}
 
-    static void connect(SState& state) {
-        log_scope_t scope(g_oralib_log, "Trying to initialize oracle interface");
-        const ub4 mode = state.prelim ? OCI_PRELIM_AUTH : OCI_DEFAULT;
-        try {
-            start_session(state).init(OCI_SYSDBA | mode);
-        } catch (const COracleExc& e) {
-            if (state.login.user.empty()) {
-                throw;
-            }
-            g_oralib_log.log_exception(
-                "Failed to connect as SYSDBA: insufficient privileges or channel error. "
-                "Connecting by default. Login: %1",
-                state.login.user, e);
-            start_session(state).init(mode);
+COracleSession& start_session(state_t& state) {
+    state.session = boost::make_shared<COracleSession>(state.login, state.abandoned);
+    return *state.session;
+}
+
+void connect_session(state_t& state) {
+    log_scope_t scope(g_oralib_log, "Trying to initialize oracle interface");
+    const ub4 mode = state.prelim ? OCI_PRELIM_AUTH : OCI_DEFAULT;
+    try {
+        start_session(state).init(OCI_SYSDBA | mode);
+    } catch (const COracleExc& e) {
+        if (state.login.user.empty()) {
+            throw;
         }
-        scope.ok();
+        g_oralib_log.log_exception(
+            "Failed to connect as SYSDBA: insufficient privileges or channel error. "
+            "Connecting by default. Login: %1",
+            state.login.user, e);
+        start_session(state).init(mode);
     }
+    scope.ok();
+}
 
-    // The session is in the state before any OCI call, so that a waiter who gives up finds it. No
-    // reference stays on this thread's stack, which is lost if the thread is ended.
-    static COracleSession& start_session(SState& state) {
-        auto session = boost::make_shared<COracleSession>(state.login);
-        COracleSession& started = *session;
-        const boost::lock_guard<boost::mutex> lock(state.ready_mutex);
-        if (state.given_up) {
-            throw COracleInitTimeoutExc("Failed to wait oracle session initialization");
-        }
-        state.session.swap(session);
-        return started;
+void log_fault(DWORD fault) {
+    if (fault == delay_load_module_not_found || fault == delay_load_entry_point_not_found) {
+        g_oralib_log.warning("Failed to load OCI library");
+        return;
     }
+    char code[11];
+    std::snprintf(code, sizeof code, "0x%08x", static_cast<unsigned>(fault));
+    g_oralib_log.warning(
+        "SEH exception has occurred while initializing Oracle session, exception code: %1", code);
+}
 
-    boost::shared_ptr<SState> state;
-    boost::shared_ptr<boost::shared_ptr<SState>> share;  // what the thread holds of the state
-    boost::shared_ptr<boost::thread> thread;
-};
+// A fault leaves no exception behind: the session shows that it never began.
+void connect_guarded(state_t& state, synch::thread_gate_t& gate) {
+    DWORD fault = 0;
+    const std::size_t scopes = logging::open_scopes();
+    if (platform::call_guarded(
+            [](void* context) { connect_session(*static_cast<state_t*>(context)); }, &state,
+            fault)) {
+        return;
+    }
+    // What the frames in between would have done at their ends.
+    gate.leave();
+    log_fault(fault);
+    logging::fail_scopes(g_oralib_log, scopes);
+    // A client that has faulted is not called again, not even to free its handles.
+    *state.abandoned = true;
+}
+
+// Connects, and then stays parked until the owner goes.
+void run_init_thread(state_t& state, CClientThread::SSigns& signs) {
+    try {
+        wait_for_token(state, signs.gate);
+        set_environment(state, signs.gate);
+        get_interface();
+        connect_guarded(state, signs.gate);
+        signs.set_ready();
+    } catch (const std::exception& e) {
+        g_oralib_log.log_exception_thread("Oracle session init thread failed", e);
+        state.init_error = exc::capture_exception(e);
+        signs.set_ready();
+        return;
+    }
+    signs.stop.wait(INFINITE);
+}
+
+}  // namespace
 
 COracleSessionHolder::COracleSessionHolder(const std::wstring& sid, const std::wstring& home,
                                            const SOracleCredentials& login, bool prelim) {
@@ -243,18 +181,15 @@ COracleSessionHolder::~COracleSessionHolder() {
 }
 
 void COracleSessionHolder::connect() {
-    init_thread = boost::make_shared<CInitThread>(state);
+    init_thread = boost::make_shared<CClientThread>(
+        [shared = state](CClientThread::SSigns& signs) { run_init_thread(*shared, signs); });
     try {
-        init_thread->update_token();
+        update_token();
     } catch (const std::exception& e) {
-        const boost::lock_guard<boost::mutex> lock(state->ready_mutex);
         give_up();
         exc::rethrow_with_trace("Failed to update oracle init thread token", e);
     }
-
-    boost::unique_lock<boost::mutex> lock(state->ready_mutex);
-    const boost::chrono::seconds limit(COracleAgentConfig::instance().OracleConnectionTimeout());
-    if (!state->ready_cond.wait_for(lock, limit, [this] { return state->ready; })) {
+    if (!init_thread->wait_ready(connection_limit())) {
         give_up();
         throw COracleInitTimeoutExc("Failed to wait oracle session initialization");
     }
@@ -270,13 +205,31 @@ void COracleSessionHolder::connect() {
     }
 }
 
-// Runs under ready_mutex, which the init thread then cannot die holding.
-void COracleSessionHolder::give_up() {
-    state->given_up = true;
-    if (state->session) {
-        state->session->abandon();
+void COracleSessionHolder::update_token() {
+    log_scope_t scope(g_oralib_log, "Updating oracle init thread token.");
+    HANDLE opened = nullptr;
+    if (OpenThreadToken(GetCurrentThread(), TOKEN_IMPERSONATE, TRUE, &opened)) {
+        const win::win_handle_t token(opened);
+        HANDLE handle = init_thread->handle();
+        if (!SetThreadToken(&handle, token.get())) {
+            const DWORD error = GetLastError();
+            throw exc::win_sys_exc_t("Failed to set oracle init thread token", error);
+        }
+    } else {
+        const DWORD error = GetLastError();
+        if (error != ERROR_NO_TOKEN) {
+            throw exc::win_sys_exc_t("Failed to open main thread token", error);
+        }
+        g_oralib_log.line("There is no token in the current thread");
     }
-    init_thread->terminate();
+    state->token_ready.set();
+    scope.ok();
+}
+
+// The thread first: one that is refused for its session while it is not gone yet would say so.
+void COracleSessionHolder::give_up() {
+    init_thread->give_up("Terminating oracle init thread");
+    *state->abandoned = true;
 }
 
 boost::shared_ptr<COracleSession> COracleSessionHolder::get_session() const {

@@ -11,6 +11,8 @@
 
 namespace specific::oracle {
 
+class CClientThread;
+
 /// Connects to one instance on a thread of its own, which is given up on after
 /// OracleConnectionTimeout seconds: a local connect can hang for ever inside the client. The
 /// thread then stays parked until the holder goes; all later work on the session runs on the
@@ -33,15 +35,16 @@ class COracleSessionHolder {
     std::wstring get_sid() const;
     std::wstring get_home() const;
 
-  private:
+    /// What the holder shares with its init thread.
     struct SState;
-    class CInitThread;
 
+  private:
     void connect();
+    void update_token();
     void give_up();
 
     boost::shared_ptr<SState> state;
-    boost::shared_ptr<CInitThread> init_thread;
+    boost::shared_ptr<CClientThread> init_thread;
 };
 
 /// The holder of an instance, or an empty pointer after a failure, which is logged.

@@ -1,17 +1,11 @@
 #include "oracle/connect/status.h"
 
-#include <atomic>
 #include <exception>
-#include <sstream>
 
-#include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/make_shared.hpp>
-#include <boost/thread/thread.hpp>
 
-#include "config/agent_config.h"
+#include "oracle/connect/client_thread.h"
 #include "oracle/connect/errors.h"
-#include "oracle/connect/terminate.h"
-#include "platform/thread.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
@@ -25,15 +19,13 @@ using logging::log_scope_t;
 
 namespace {
 
-// What the probe thread brings home. Its own, not the caller's frame: a thread that could not be
-// ended may still write to it.
+// What the probe thread brings home: its own, not the caller's frame, which it may outlast.
 struct probe_t {
     probe_t(boost::shared_ptr<COracleSession> probed, EStatusKind probe_kind)
         : session(std::move(probed)), kind(probe_kind) {}
 
     boost::shared_ptr<COracleSession> session;
     EStatusKind kind;
-    std::atomic<DWORD> thread_id{0};
     std::wstring status;
     boost::shared_ptr<exc::exc_base_t> error;
 };
@@ -68,32 +60,14 @@ std::wstring query_status(const COracleSession& session, EStatusKind kind) {
     }
 }
 
-void run_probe(probe_t& probe) {
-    probe.thread_id = GetCurrentThreadId();
+void run_probe(probe_t& probe, CClientThread::SSigns& signs) {
     try {
         probe.status = query_status(*probe.session, probe.kind);
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Getting oracle %1 thread failed", "database", e);
         probe.error = exc::capture_exception(e);
     }
-}
-
-std::string thread_number(const boost::thread& thread) {
-    std::stringstream text;
-    text << std::hex << thread.get_id();
-    unsigned long long number = 0;
-    text >> number;
-    return util::to_string(static_cast<std::uint64_t>(number));
-}
-
-void terminate_probe(boost::thread& thread, DWORD thread_id) {
-    const std::string number = thread_number(thread);
-    log_scope_t scope(g_oralib_log, "Terminating thread %1", number);
-    const DWORD error = terminate_thread(thread, thread_id);
-    if (error != ERROR_SUCCESS) {
-        throw exc::win_sys_exc_t("Failed to terminate thread %1", number, error);
-    }
-    scope.ok();
+    signs.set_ready();
 }
 
 }  // namespace
@@ -105,16 +79,10 @@ void get_status(boost::shared_ptr<exc::exc_base_t>& error_slot, std::wstring& st
         error_slot.reset();
         status.clear();
         const auto probe = boost::make_shared<probe_t>(session, kind);
-        const auto share = boost::make_shared<boost::shared_ptr<probe_t>>(probe);
-        const auto thread = platform::start_thread([share] { run_probe(**share); });
-
-        const boost::system_time deadline =
-            boost::posix_time::microsec_clock::universal_time() +
-            boost::posix_time::seconds(COracleAgentConfig::instance().OracleConnectionTimeout());
-        if (!thread->timed_join(deadline)) {
+        CClientThread thread([probe](CClientThread::SSigns& signs) { run_probe(*probe, signs); });
+        if (!thread.wait_ready(connection_limit())) {
+            thread.give_up("Terminating thread " + thread.number());
             session->abandon();
-            terminate_probe(*thread, probe->thread_id);
-            share->reset();  // what the thread held is lost with its stack
             throw COracleStatusQueryTimeoutExc(
                 "Failed to wait checking if oracle instance is opened");
         }

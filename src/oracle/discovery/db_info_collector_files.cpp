@@ -7,6 +7,7 @@
 #include <boost/algorithm/string/trim.hpp>
 
 #include "oracle/connect/file_remover.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/discovery/config_file.h"
 #include "oracle/discovery/db_info_collector.h"
 #include "platform/system.h"
@@ -77,10 +78,11 @@ void CDbInfoCollector::CollectPfile(CDatabaseProps& props) const {
         log_scope_t scope(g_oralib_log, "Getting pfile content");
         const std::wstring path = MakeTempFilePath();
         const std::string path_text = util::to_ansi(path);
+        const std::string literal = sql_literal(path_text);
         const auto query = session()->query();
         bool written = true;
         try {
-            query->exec_command(util::format_message("create pfile='%1' from spfile", path_text));
+            query->exec_command(util::format_message("create pfile='%1' from spfile", literal));
         } catch (const std::exception& e) {
             g_oralib_log.log_exception("Unable to create pfile from spfile", e);
             written = false;
@@ -88,7 +90,7 @@ void CDbInfoCollector::CollectPfile(CDatabaseProps& props) const {
         // The file belongs to the account of the database's service.
         const CFileRemover remover(path_text, session());
         if (!written || !win::path_exists(path)) {
-            query->exec_command(util::format_message("create pfile='%1' from memory", path_text));
+            query->exec_command(util::format_message("create pfile='%1' from memory", literal));
         }
         const std::string content = win::win_file_t::open_read_only(path)->read_all();
         if (!content.empty()) {

@@ -27,6 +27,8 @@ using win::win_reg_key_t;
 
 namespace {
 
+constexpr DWORD longest_key_name = 255;
+
 struct home_t {
     std::wstring home;
     std::wstring rdbmsControl;
@@ -90,8 +92,8 @@ std::vector<std::wstring> list_subkeys(const win_reg_key_t& key) {
         }
         std::vector<std::wstring> names;
         for (DWORD i = 0; i < count; ++i) {
-            wchar_t name[255] = {};
-            DWORD length = 255;
+            wchar_t name[longest_key_name + 1] = {};
+            DWORD length = longest_key_name + 1;
             status = RegEnumKeyExW(key.get(), i, name, &length, nullptr, nullptr, nullptr, nullptr);
             if (status == ERROR_NO_MORE_ITEMS) {
                 break;
@@ -116,26 +118,34 @@ bool is_autostart_option(const std::wstring& name) {
            at + suffix.size() == upper.size();
 }
 
+DWORD count_values(const win_reg_key_t& key) {
+    DWORD count = 0;
+    const LONG status = RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr, &count, nullptr, nullptr, nullptr, nullptr);
+    if (status != ERROR_SUCCESS) {
+        throw exc::win_sys_exc_t("Failed to query info from oracle reg key",
+                                 static_cast<DWORD>(status));
+    }
+    return count;
+}
+
 // One flag for the whole home, from the first option that the registry lists.
 bool read_autostart(const win_reg_key_t& key) {
     if (!COracleAgentConfig::instance().UseOracleAutostartOption()) {
         return true;
     }
     try {
-        DWORD count = 0;
-        LONG status = RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr,
-                                       nullptr, &count, nullptr, nullptr, nullptr, nullptr);
-        if (status != ERROR_SUCCESS) {
-            throw exc::win_sys_exc_t("Failed to query info from oracle reg key",
-                                     static_cast<DWORD>(status));
-        }
+        const DWORD count = count_values(key);
         constexpr DWORD name_size = 16383;
         std::wstring buffer(name_size, L'\0');
         for (DWORD i = 0; i < count; ++i) {
             DWORD length = name_size;
             DWORD type = 0;
-            status = RegEnumValueW(key.get(), i, buffer.data(), &length, nullptr, &type, nullptr,
-                                   nullptr);
+            const LONG status = RegEnumValueW(key.get(), i, buffer.data(), &length, nullptr, &type,
+                                              nullptr, nullptr);
+            if (status == ERROR_NO_MORE_ITEMS && i >= count_values(key)) {
+                break;  // one was deleted meanwhile
+            }
             if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) {
                 throw exc::win_sys_exc_t("Failed to enum oracle home reg key",
                                          static_cast<DWORD>(status));
@@ -241,6 +251,10 @@ bool read_is_read_only(const SOracleSid& instance) {
         std::string output;
         process_subsystem::execute(command, output);
         const std::wstring base = util::from_ansi(boost::trim_copy(output));
+        if (base.empty()) {
+            g_oralib_log.warning("[%1] told no folder, and so the home counts as read-only",
+                                 util::to_ansi_safe(program));
+        }
         const bool read_only = !equals_ignoring_case(base, instance.home);
         g_oralib_log.line("Oracle home [%1] is read-only: [%2]", util::to_ansi_safe(instance.home),
                           util::to_string(read_only));

@@ -55,12 +55,16 @@ bool must_skip(COracleSession& session, bool is_asm) {
            (!is_asm && is_own(session.get_name()));
 }
 
-// The first collected instance of a home speaks for the home.
-void describe_home(CHomeProps& home, const COracleSession& session, const SOracleSid& sidRecord) {
-    home.version = session.query()->exec_value("SELECT version FROM V$INSTANCE", true);
-    home.path = sidRecord.home;
-    home.desc =
-        session.query()->exec_value("SELECT * FROM V$VERSION WHERE BANNER LIKE 'Oracle%'", true);
+// What an instance says of its home.
+struct home_facts_t {
+    std::wstring version;
+    std::wstring desc;
+};
+
+home_facts_t ask_of_home(const COracleSession& session) {
+    return {
+        session.query()->exec_value("SELECT version FROM V$INSTANCE", true),
+        session.query()->exec_value("SELECT * FROM V$VERSION WHERE BANNER LIKE 'Oracle%'", true)};
 }
 
 void add_error_entry(CHomeProps& home, const SOracleSid& sidRecord, const std::string& message) {
@@ -180,9 +184,8 @@ CInstanceExplorer::outcome_t CInstanceExplorer::VisitInstance(CHomeProps& home,
                               util::to_ansi_safe(sidRecord.sid));
             return skipped_outcome();
         }
-        if (home.version.empty()) {
-            describe_home(home, *session, sidRecord);
-        }
+        const bool is_first = home.version.empty();
+        const home_facts_t facts = is_first ? ask_of_home(*session) : home_facts_t();
         boost::shared_ptr<COraSidCollector> collector;
         if (sidRecord.isAsm) {
             collector = boost::make_shared<CAsmInfoCollector>(holder, sidRecord);
@@ -191,6 +194,12 @@ CInstanceExplorer::outcome_t CInstanceExplorer::VisitInstance(CHomeProps& home,
                 holder, sidRecord, collectPfile, exploreConfig.find_log_rec_info(sidRecord.sid));
         }
         home.AddChild(collector->Collect());
+        // Only one that was collected speaks for its home.
+        if (is_first) {
+            home.version = facts.version;
+            home.path = sidRecord.home;
+            home.desc = facts.desc;
+        }
         return collected_outcome(is_open);
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Failed to gather database props for SID: %1",

@@ -3,12 +3,12 @@
 #include <exception>
 
 #include "config/protected_credentials.h"
-#include "platform/platform.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/scope.h"
 #include "support/text/convert.h"
 #include "support/win/file.h"
 #include "support/win/path.h"
+#include "support/win/whole_file.h"
 #include "support/xml/xml.h"
 
 namespace specific::oracle {
@@ -30,8 +30,16 @@ xml_node_t new_list() {
 // The list as the host gets it; the log has it too.
 std::wstring finish_list(const xml_node_t& list) {
     const std::string text = util::xml_serialize(list);
-    g_oralib_log.line(hide_protected(text));
-    return util::from_ansi(text);
+    const std::string shown = hide_protected(text);
+    g_oralib_log.line(shown);
+    try {
+        return util::from_ansi(text);
+    } catch (const std::exception&) {
+        if (shown == text) {
+            throw;
+        }
+        throw exc::exc_base_t("The list does not fit the code page.");
+    }
 }
 
 xml_node_t describe(const SArchLogInfo& log, const std::wstring& creationTimeUtc) {
@@ -57,25 +65,14 @@ xml_node_t describe(const SArchLogInfo& log, const std::wstring& creationTimeUtc
     return document;
 }
 
-// A half one could not be parsed, and would fail every listing.
-void write_file(const std::wstring& path, const std::string& text) {
-    auto file = win::win_file_t::create_or_open(path, CREATE_ALWAYS);
-    try {
-        file->write(text.data(), text.size());
-    } catch (const std::exception&) {
-        file.reset();
-        win::remove_leftover(path);
-        throw;
-    }
-}
-
 xml_node_t SaveLogDescription(const SArchLogInfo& log, const std::wstring& path,
                               const std::wstring& creationTimeUtc) {
     try {
         log_scope_t scope(g_oralib_log, "Saving oracle log description to: %1",
                           util::to_ansi_safe(path));
         const xml_node_t document = describe(log, creationTimeUtc);
-        write_file(path, util::xml_serialize(document));
+        // A half one would fail every listing, an empty one hide its copy for ever.
+        win::write_whole_file(path, util::xml_serialize(document));
         scope.ok();
         return document;
     } catch (const std::exception& e) {
@@ -105,15 +102,6 @@ void remove_log(const xml_node_t& element) {
     }
 }
 
-// Copies that no description names would lie there for ever.
-void remove_undescribed(const arch_logs_t& logs) {
-    for (const auto& log : logs) {
-        if (log->isLogCopied && !win::path_exists(log->xmlLogPath)) {
-            win::remove_leftover(log->logPath);
-        }
-    }
-}
-
 }  // namespace
 
 std::wstring SaveLogDescriptions(const arch_logs_t& logs, const std::wstring& creationTimeUtc) {
@@ -128,7 +116,6 @@ std::wstring SaveLogDescriptions(const arch_logs_t& logs, const std::wstring& cr
         }
         return finish_list(list);
     } catch (const std::exception& e) {
-        remove_undescribed(logs);
         exc::rethrow_with_trace(save_failure, e);
     }
 }
@@ -146,7 +133,7 @@ std::wstring EnumLogDescriptions(const std::wstring& folder) {
                 const std::string text = win::win_file_t::open_read_only(path)->read_all();
                 if (!text.empty()) {
                     // The meta file of a backup under way comes up too.
-                    util::xml_graft(root, util::xml_parse_secret(text));
+                    util::xml_graft(root, util::xml_parse(text));
                 }
             }
         }

@@ -10,6 +10,7 @@
 #include "config/agent_config.h"
 #include "oracle/connect/dates.h"
 #include "oracle/connect/server_files.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/connect/status.h"
 #include "oracle/discovery/db_queries.h"
 #include "oracle/logs/log_descriptions.h"
@@ -44,6 +45,36 @@ void copy_pieces(win::win_file_t& source, win::win_file_t& target) {
         }
         target.write(buffer.data(), wanted);
         left -= wanted;
+    }
+}
+
+// Half a copy goes: nothing would describe it, so nobody would ever remove it.
+void copy_file(const std::wstring& name, const std::wstring& target) {
+    const auto source = win::win_file_t::open_read_only(name);
+    auto copy = win::win_file_t::create_or_open(target, CREATE_ALWAYS);
+    try {
+        copy_pieces(*source, *copy);
+    } catch (const std::exception&) {
+        copy.reset();
+        win::remove_leftover(target);
+        throw;
+    }
+}
+
+bool is_missing(const SArchLogInfo& log) {
+    return !log.isLogCopied && !log.logPath.empty() && log.size.empty();
+}
+
+// The catalogue has logs whose file was taken away by other means.
+void tell_missing(const arch_logs_t& logs) {
+    const auto first =
+        std::find_if(logs.begin(), logs.end(), [](const auto& log) { return is_missing(*log); });
+    if (first != logs.end()) {
+        const auto count =
+            std::count_if(first, logs.end(), [](const auto& log) { return is_missing(*log); });
+        g_oralib_log.line(
+            "Logs of the catalogue that have no file and are left out: %1. First: [%2]",
+            std::to_string(count), to_ansi_safe((*first)->name));
     }
 }
 
@@ -122,7 +153,7 @@ void COracleLogsBackup::GetLogsToCopy(arch_logs_t& logs, const std::wstring& las
             "RESETLOGS_CHANGE# FROM V$ARCHIVED_LOG WHERE CREATOR != 'LGWR'",
             utc_text_expression("FIRST_TIME"), utc_text_expression("NEXT_TIME"));
         if (!lastRecId.empty()) {
-            sql += util::format_message(" AND RECID > %1", util::to_ansi(lastRecId));
+            sql += util::format_message(" AND RECID > %1", sql_number(util::to_ansi(lastRecId)));
         }
         const auto result = holder->get_session()->query()->exec(sql, 9, false);
         row_t row;
@@ -172,6 +203,7 @@ void COracleLogsBackup::CopyLogs(const arch_logs_t& logs, const std::wstring& fo
         }
         read_size(*log);
     }
+    tell_missing(logs);
 }
 
 bool COracleLogsBackup::CopyArchivedLog(const std::wstring& name,
@@ -180,8 +212,7 @@ bool COracleLogsBackup::CopyArchivedLog(const std::wstring& name,
         if (is_asm_path(name)) {
             copy_asm_file(*holder->get_session(), util::to_ansi(name), util::to_ansi(target));
         } else {
-            copy_pieces(*win::win_file_t::open_read_only(name),
-                        *win::win_file_t::create_or_open(target, CREATE_ALWAYS));
+            copy_file(name, target);
         }
         return true;
     } catch (const std::exception& e) {
@@ -189,8 +220,6 @@ bool COracleLogsBackup::CopyArchivedLog(const std::wstring& name,
             util::format_message("Failed to copy archived log from [%1] to [%2]",
                                  to_ansi_safe(name), to_ansi_safe(target)),
             e);
-        // Nothing would describe it, so nobody would ever remove it.
-        win::remove_leftover(target);
         return false;
     }
 }

@@ -8,6 +8,7 @@
 #include <boost/make_shared.hpp>
 
 #include "oracle/connect/dates.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/logs/log_time.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/scope.h"
@@ -121,13 +122,14 @@ arch_logs_t COracleLogsDeleter::GetActiveLogs() const {
 void COracleLogsDeleter::RemoveLogFile(const SArchLogInfo& log) const {
     try {
         log_scope_t scope(g_oralib_log, "Removing log file: %1", to_ansi_safe(log.name));
+        const auto literal = [](const std::wstring& value) { return sql_literal(to_ansi(value)); };
         const std::string last_two =
-            util::format_message("'%1', '%2'", to_ansi(log.firstChange), to_ansi(log.blockSize));
+            util::format_message("'%1', '%2'", literal(log.firstChange), literal(log.blockSize));
         const std::string text = util::format_message(
             "BEGIN\n DBMS_BACKUP_RESTORE.DELETEARCHIVEDLOG('%1', '%2', '%3', '%4', '%5', '%6', "
             "%7);\n END;",
-            {to_ansi(log.recId), to_ansi(log.stamp), to_ansi(log.name), to_ansi(log.thread),
-             to_ansi(log.seqNum), to_ansi(log.resetlogsChange), last_two});
+            {literal(log.recId), literal(log.stamp), literal(log.name), literal(log.thread),
+             literal(log.seqNum), literal(log.resetlogsChange), last_two});
         session->cmd_exec(text)->execute();
         scope.ok();
     } catch (const std::exception& e) {

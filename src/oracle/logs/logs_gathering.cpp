@@ -8,6 +8,7 @@
 #include "config/agent_config.h"
 #include "oracle/connect/dates.h"
 #include "oracle/connect/server_files.h"
+#include "oracle/connect/sql_text.h"
 #include "oracle/discovery/db_queries.h"
 #include "oracle/logs/logs_backup.h"
 #include "platform/platform.h"
@@ -125,9 +126,9 @@ bool CheckDbReverted(const log_position_t& dbRecId,
         return false;
     }
     try {
-        const std::string sql =
-            util::format_message("SELECT RECID FROM V$ARCHIVED_LOG WHERE RECID=%1 AND STAMP=%2",
-                                 util::to_ansi(dbRecId->recId), util::to_ansi(dbRecId->stamp));
+        const std::string sql = util::format_message(
+            "SELECT RECID FROM V$ARCHIVED_LOG WHERE RECID=%1 AND STAMP=%2",
+            sql_number(util::to_ansi(dbRecId->recId)), sql_number(util::to_ansi(dbRecId->stamp)));
         return holder->get_session()->query()->exec_value(sql, true).empty();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception("Failed to check if db was reverted", e);

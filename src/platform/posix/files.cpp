@@ -85,6 +85,18 @@ bool enter_share_mode(int file, bool read, bool write, DWORD share) {
     return for_each_run(opposed, is_free) && for_each_run(taken, take);
 }
 
+// Whether somebody has the file open and does not share its deletion, which a moving is too.
+bool is_held(const std::string& path) {
+    const descriptor_owner file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.get() >= 0 && is_locked(file.get(), F_WRLCK, mode_bytes + denies_deleting, 1);
+}
+
+void flush_folder_of(const std::string& path) {
+    const descriptor_owner folder(
+        open(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.get() >= 0) fsync(folder.get());
+}
+
 // Opens by the rules of the disposition but for truncation, which has to wait for the share mode.
 int open_by_disposition(const std::string& path, int flags, DWORD disposition, bool& existed) {
     const bool may_create = disposition != OPEN_EXISTING && disposition != TRUNCATE_EXISTING;
@@ -154,7 +166,6 @@ HANDLE open_file(LPCWSTR path, DWORD access, DWORD share, DWORD disposition, DWO
         return no_file(ERROR_INVALID_NAME);
     }
 
-    const uninterrupted whole;  // the locks of a half-opened file would never go away
     // Share locks can only be set by who may read.
     const int mode = (write || truncates ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY;
     bool existed = false;
@@ -298,4 +309,23 @@ BOOL UnlockFile(HANDLE handle, DWORD offset, DWORD offset_high, DWORD size, DWOR
     if (failing(__func__)) return FALSE;
     return change_lock(handle, F_UNLCK, joined(offset, offset_high), joined(size, size_high),
                        ERROR_NOT_LOCKED);
+}
+
+BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    if (failing(__func__)) return FALSE;
+    const native_name source = to_native(from);
+    const native_name target = to_native(to);
+    if (!source.valid || !target.valid) return fail(ERROR_INVALID_NAME);
+    struct stat status;
+    if (stat(source.path.c_str(), &status) != 0) return fail(windows_error(errno, source));
+    if (is_held(source.path)) return fail(ERROR_SHARING_VIOLATION);
+    if (stat(target.path.c_str(), &status) == 0) {
+        if (!(flags & MOVEFILE_REPLACE_EXISTING)) return fail(ERROR_ALREADY_EXISTS);
+        if (S_ISDIR(status.st_mode) || is_held(target.path)) return fail(ERROR_ACCESS_DENIED);
+    }
+    if (rename(source.path.c_str(), target.path.c_str()) != 0) {
+        return fail(windows_error(errno, target));
+    }
+    if (flags & MOVEFILE_WRITE_THROUGH) flush_folder_of(target.path);
+    return TRUE;
 }

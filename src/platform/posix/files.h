@@ -22,6 +22,8 @@
 #define FILE_FLAG_BACKUP_SEMANTICS 0x02000000u
 #define FILE_FLAG_NO_BUFFERING 0x20000000u
 #define FILE_FLAG_WRITE_THROUGH 0x80000000u
+#define MOVEFILE_REPLACE_EXISTING 1
+#define MOVEFILE_WRITE_THROUGH 8
 #define FILE_BEGIN 0
 #define FILE_CURRENT 1
 #define FILE_END 2
@@ -49,9 +51,12 @@ BOOL FlushFileBuffers(HANDLE file);
 /// An exclusive lock needs a handle with write access.
 BOOL LockFile(HANDLE file, DWORD offset, DWORD offset_high, DWORD size, DWORD size_high);
 BOOL UnlockFile(HANDLE file, DWORD offset, DWORD offset_high, DWORD size, DWORD size_high);
+/// Within one drive. MOVEFILE_REPLACE_EXISTING and MOVEFILE_WRITE_THROUGH are known.
+BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
 
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes);
 DWORD GetTempPathW(DWORD size, LPWSTR buffer);
+UINT GetSystemDirectoryW(LPWSTR buffer, UINT size);
 HRESULT SHGetFolderPathW(HWND window, int folder, HANDLE token, DWORD flags, LPWSTR path);
 UINT GetDriveTypeW(LPCWSTR root);
 BOOL PathIsUNCW(LPCWSTR path);

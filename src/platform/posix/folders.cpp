@@ -86,6 +86,17 @@ DWORD windows_error(int error, const native_name& name) {
     return error == ENOENT || error == ENOTDIR ? missing(name) : windows_error(error);
 }
 
+namespace {
+
+// As the calls give a path: its length, or what the buffer takes where it is too small.
+DWORD give_path(const std::wstring& path, LPWSTR buffer, DWORD size) {
+    if (size <= path.size()) return static_cast<DWORD>(path.size() + 1);
+    std::wmemcpy(buffer, path.c_str(), path.size() + 1);
+    return static_cast<DWORD>(path.size());
+}
+
+}  // namespace
+
 }  // namespace platform
 
 using namespace platform;
@@ -101,11 +112,11 @@ BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES) {
 }
 
 DWORD GetTempPathW(DWORD size, LPWSTR buffer) {
-    if (failing(__func__)) return 0;
-    const std::wstring path = L"C:\\Windows\\Temp\\";
-    if (size <= path.size()) return static_cast<DWORD>(path.size() + 1);
-    std::wmemcpy(buffer, path.c_str(), path.size() + 1);
-    return static_cast<DWORD>(path.size());
+    return failing(__func__) ? 0 : give_path(L"C:\\Windows\\Temp\\", buffer, size);
+}
+
+UINT GetSystemDirectoryW(LPWSTR buffer, UINT size) {
+    return failing(__func__) ? 0 : give_path(L"C:\\Windows\\system32", buffer, size);
 }
 
 HRESULT SHGetFolderPathW(HWND, int folder, HANDLE, DWORD, LPWSTR path) {

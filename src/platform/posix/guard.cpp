@@ -10,8 +10,6 @@
 #include <iterator>
 #include <mutex>
 
-#include "platform/posix/thread_object.h"
-
 namespace platform {
 
 namespace {
@@ -38,7 +36,7 @@ void on_fault(int signal, siginfo_t* info, void* context);
 class fault_handlers {
   public:
     void enter() {
-        const layer_lock lock(mutex);
+        const std::lock_guard<std::mutex> lock(mutex);
         if (users++ > 0) return;
         struct sigaction action = {};
         action.sa_sigaction = on_fault;
@@ -47,10 +45,9 @@ class fault_handlers {
             sigaction(signals[i], &action, &previous[i]);
         }
     }
-    void leave(int count = 1) {
-        const layer_lock lock(mutex);
-        users -= count;
-        if (users == 0 && count > 0) restore();
+    void leave() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (--users == 0) restore();
     }
     ~fault_handlers() {
         if (users > 0) restore();
@@ -152,41 +149,24 @@ std::uintptr_t stack_limit() {
 class guard_scope {
   public:
     guard_scope() {
-        const uninterrupted whole;
         frame.outer = t_innermost;
         g_handlers.enter();
-        thread_object* const thread = current_thread();
-        if (thread) {
-            ++thread->guards;
-            depth = thread->uninterrupted_depth - 1;
-        }
         if (!frame.outer) {
             if (t_stack_limit == 0) t_stack_limit = stack_limit();
             set_stack();
-            if (thread) thread->fault_stack = stack;
         }
         t_innermost = &frame;
     }
     ~guard_scope() {
-        const uninterrupted whole;
         t_innermost = frame.outer;
         if (stack) {
             sigaltstack(&previous_stack, nullptr);
             munmap(stack, fault_stack_size);
         }
-        if (thread_object* thread = current_thread()) {
-            if (stack) thread->fault_stack = nullptr;
-            --thread->guards;
-        }
         g_handlers.leave();
     }
     guard_scope(const guard_scope&) = delete;
     guard_scope& operator=(const guard_scope&) = delete;
-
-    /// The frames that a fault has left did not take back what they counted.
-    void restore_depth() const {
-        if (thread_object* thread = current_thread()) thread->uninterrupted_depth = depth;
-    }
 
     guard_frame frame;
 
@@ -204,17 +184,11 @@ class guard_scope {
         sigaltstack(&own, &previous_stack);
     }
 
-    int depth = 0;
     void* stack = nullptr;
     stack_t previous_stack = {};
 };
 
 }  // namespace
-
-void release_guards(thread_object& thread) {
-    g_handlers.leave(thread.guards.exchange(0));
-    if (void* stack = thread.fault_stack.exchange(nullptr)) munmap(stack, fault_stack_size);
-}
 
 bool call_guarded(void (*body)(void*), void* context, DWORD& fault_code) {
     guard_scope scope;
@@ -222,7 +196,6 @@ bool call_guarded(void (*body)(void*), void* context, DWORD& fault_code) {
         body(context);
         return true;
     }
-    scope.restore_depth();
     fault_code = scope.frame.code;
     return false;
 }

@@ -84,7 +84,7 @@ std::map<std::string, int> layer_state::count() const {
 }  // namespace
 
 HANDLE add_handle(std::shared_ptr<object> target) {
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     g_layer.last_handle += 4;
     const HANDLE handle = reinterpret_cast<HANDLE>(g_layer.last_handle);
     g_layer.handles.emplace(handle, std::move(target));
@@ -92,9 +92,8 @@ HANDLE add_handle(std::shared_ptr<object> target) {
 }
 
 bool remove_handle(HANDLE handle) {
-    const uninterrupted whole;  // what the object holds must not outlive the handle
     std::shared_ptr<object> closed;
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     const auto found = g_layer.handles.find(handle);
     if (found == g_layer.handles.end()) return fail(ERROR_INVALID_HANDLE);
     closed = std::move(found->second);
@@ -103,7 +102,7 @@ bool remove_handle(HANDLE handle) {
 }
 
 std::shared_ptr<object> find_object(HANDLE handle) {
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     const auto found = g_layer.handles.find(handle);
     if (found != g_layer.handles.end()) return found->second;
     SetLastError(ERROR_INVALID_HANDLE);
@@ -111,7 +110,7 @@ std::shared_ptr<object> find_object(HANDLE handle) {
 }
 
 std::vector<int> inheritable_descriptors() {
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     std::vector<int> result;
     for (const auto& entry : g_layer.handles) {
         const int descriptor = entry.second->descriptor();
@@ -122,7 +121,7 @@ std::vector<int> inheritable_descriptors() {
 
 bool failing(const char* function) {
     if (!g_watching.load(std::memory_order_relaxed)) return false;
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     if (g_layer.calls_to_the_end > 0 && --g_layer.calls_to_the_end == 0) _exit(1);
     auto call = g_layer.calls.find(function);
     if (call == g_layer.calls.end()) call = g_layer.calls.emplace(function, 0).first;
@@ -139,31 +138,31 @@ namespace faults {
 
 void arm(const std::string& function, unsigned nth, DWORD code) {
     g_watching = true;
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     g_layer.faults[function] = {nth, code, false};
 }
 
 void arm_all(const std::string& function, DWORD code) {
     g_watching = true;
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     g_layer.faults[function] = {0, code, true};
 }
 
 void disarm() {
     g_watching = true;
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     g_layer.faults.clear();
     g_layer.calls.clear();
 }
 
 unsigned calls(const std::string& function) {
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     const auto found = g_layer.calls.find(function);
     return found == g_layer.calls.end() ? 0 : found->second;
 }
 
 std::map<std::string, int> open_handles() {
-    const layer_lock lock(g_layer.mutex);
+    const std::lock_guard<std::mutex> lock(g_layer.mutex);
     return g_layer.count();
 }
 

@@ -1,4 +1,4 @@
-// What handles stand for, and the locks of this layer.
+// What handles stand for.
 #pragma once
 
 #include <atomic>
@@ -12,24 +12,6 @@
 #include "platform/posix/threads.h"
 
 namespace platform {
-
-/// While one lives, the thread is not ended by force.
-class uninterrupted {
-  public:
-    uninterrupted();
-    ~uninterrupted();
-    uninterrupted(const uninterrupted&) = delete;
-    uninterrupted& operator=(const uninterrupted&) = delete;
-};
-
-/// Holds a lock of this layer; every lock is taken through it, so that none dies with its thread.
-class layer_lock : uninterrupted {
-  public:
-    explicit layer_lock(std::mutex& mutex) : held(mutex) {}
-
-  private:
-    std::lock_guard<std::mutex> held;
-};
 
 /// What a handle refers to. Shared by its handles and by the calls in progress.
 class object {

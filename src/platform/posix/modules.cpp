@@ -11,7 +11,6 @@
 #include "platform/paths.h"
 #include "platform/posix/handles.h"
 #include "platform/posix/host.h"
-#include "platform/posix/loaded_libraries.h"
 #include "platform/posix/registry.h"
 #include "platform/posix/unicode.h"
 
@@ -35,48 +34,8 @@ const system_module system_modules[] = {
     {L"NTDLL", "RtlGetVersion", reinterpret_cast<FARPROC>(&RtlGetVersion)},
 };
 
-struct loaded_library {
-    void* handle;
-    std::vector<address_range> code;
-};
-
 std::mutex g_mutex;
-std::vector<loaded_library> g_loaded;  // one for each LoadLibrary that was not given back
-
-struct range_search {
-    std::uintptr_t base;
-    std::vector<address_range> ranges;
-};
-
-int collect_ranges(dl_phdr_info* info, std::size_t, void* context) {
-    auto& search = *static_cast<range_search*>(context);
-    if (info->dlpi_addr != search.base) return 0;
-    for (unsigned i = 0; i < info->dlpi_phnum; ++i) {
-        const auto& segment = info->dlpi_phdr[i];
-        if (segment.p_type != PT_LOAD || !(segment.p_flags & PF_X)) continue;
-        const std::uintptr_t begin = info->dlpi_addr + segment.p_vaddr;
-        search.ranges.push_back({begin, begin + segment.p_memsz});
-    }
-    return 1;
-}
-
-std::vector<address_range> code_of(const link_map* map) {
-    range_search search = {map->l_addr, {}};
-    dl_iterate_phdr(collect_ranges, &search);
-    return search.ranges;
-}
-
-std::vector<address_range> find_own_code() {
-    Dl_info self;
-    link_map* map = nullptr;
-    return dladdr1(&g_mutex, &self, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) != 0
-               ? code_of(map)
-               : std::vector<address_range>();
-}
-
-// Looked up while modules are loaded and never when a thread is ended: that thread may hang inside
-// the loader, with its lock.
-const std::vector<address_range> g_own_code = find_own_code();
+std::vector<HMODULE> g_loaded;  // one for each LoadLibrary that was not given back
 
 const system_module* find_system_module(const std::wstring& name) {
     std::wstring folded = fold(name);
@@ -109,7 +68,6 @@ std::string loader_name(const std::wstring& name) {
 
 HMODULE load(const std::wstring& name) {
     if (const system_module* module = find_system_module(name)) return as_module(module);
-    const uninterrupted whole;
     void* const library = dlopen(loader_name(name).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
         const char* reason = dlerror();
@@ -118,12 +76,9 @@ HMODULE load(const std::wstring& name) {
         SetLastError(no_library ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
-    link_map* map = nullptr;
-    loaded_library loaded = {library, {}};
-    if (dlinfo(library, RTLD_DI_LINKMAP, &map) == 0) loaded.code = code_of(map);
-    const layer_lock lock(g_mutex);
-    g_loaded.push_back(std::move(loaded));
-    return as_module(library);
+    const std::lock_guard<std::mutex> lock(g_mutex);
+    g_loaded.push_back(as_module(library));
+    return g_loaded.back();
 }
 
 HMODULE loaded_module(const std::wstring& name) {
@@ -138,21 +93,6 @@ HMODULE loaded_module(const std::wstring& name) {
 }
 
 }  // namespace
-
-unsigned own_code(address_range* ranges, unsigned capacity) {
-    unsigned count = 0;
-    const auto add = [&](const std::vector<address_range>& code) {
-        for (const address_range& range : code) {
-            if (count < capacity) ranges[count++] = range;
-        }
-    };
-    add(g_own_code);
-    const layer_lock lock(g_mutex);
-    for (const loaded_library& library : g_loaded) {
-        add(library.code);
-    }
-    return count;
-}
 
 }  // namespace platform
 
@@ -170,11 +110,8 @@ BOOL FreeLibrary(HMODULE module) {
     if (failing(__func__)) return FALSE;
     if (is_system_module(module)) return TRUE;
     {
-        const layer_lock lock(g_mutex);
-        const auto found =
-            std::find_if(g_loaded.begin(), g_loaded.end(), [&](const loaded_library& library) {
-                return library.handle == static_cast<void*>(module);
-            });
+        const std::lock_guard<std::mutex> lock(g_mutex);
+        const auto found = std::find(g_loaded.begin(), g_loaded.end(), module);
         if (found == g_loaded.end()) return fail(ERROR_MOD_NOT_FOUND);
         g_loaded.erase(found);
     }

@@ -2,7 +2,9 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -29,7 +31,7 @@ class process_object : public object {
     ~process_object() override { reap_monitor(started.monitor); }
     int wait_descriptor() const override { return started.status.get(); }
     bool take() override {
-        const layer_lock lock(mutex);
+        const std::lock_guard<std::mutex> lock(mutex);
         if (ended) return true;
         if (!wait_readable(started.status.get(), 0)) return false;
         const int status = read_status(started.status.get());
@@ -74,12 +76,13 @@ bool choose_program(LPCWSTR application, const std::wstring& line, spawn_request
     const bool searched = program.find_first_of(L"\\/") == std::wstring::npos;
     if (searched) {
         if (program.find(L'.') == std::wstring::npos) program += L".exe";
-        if (same_name(program, L"cmd.exe") && words.size() > 1 && same_name(words[1], L"/C")) {
-            const std::size_t option = fold(line).find(L"/C", words[0].size());
-            interpret_command(line.substr(option + 2), request, output);
-            return true;
-        }
         program = L"C:\\Windows\\System32\\" + program;
+    }
+    if (same_name(program, L"C:\\Windows\\System32\\cmd.exe") && words.size() > 1 &&
+        same_name(words[1], L"/C")) {
+        const std::size_t option = fold(line).find(L"/C", words[0].size());
+        interpret_command(line.substr(option + 2), request, output);
+        return true;
     }
     const native_name name = to_native(program);
     struct stat status;
@@ -136,12 +139,27 @@ using namespace platform;
 
 BOOL CreatePipe(PHANDLE read_end, PHANDLE write_end, LPSECURITY_ATTRIBUTES attributes, DWORD size) {
     if (failing(__func__)) return FALSE;
-    const uninterrupted whole;
     std::shared_ptr<file_object> reader, writer;
     if (!create_pipe_objects(size, reader, writer)) return FALSE;
     reader->inheritable = writer->inheritable = attributes && attributes->bInheritHandle;
     *read_end = add_handle(reader);
     *write_end = add_handle(writer);
+    return TRUE;
+}
+
+BOOL PeekNamedPipe(HANDLE pipe, LPVOID buffer, DWORD, LPDWORD, LPDWORD available, LPDWORD) {
+    if (failing(__func__)) return FALSE;
+    if (buffer || !available) return fail(ERROR_INVALID_PARAMETER);
+    const auto target = find<file_object>(pipe);
+    if (!target) return FALSE;
+    // Asked for its end first: what comes meanwhile is not lost.
+    pollfd end = {target->descriptor(), POLLIN, 0};
+    int count = 0;
+    if (poll(&end, 1, 0) < 0 || ioctl(target->descriptor(), FIONREAD, &count) != 0) {
+        return fail(windows_error(errno));
+    }
+    if (count == 0 && (end.revents & POLLHUP)) return fail(ERROR_BROKEN_PIPE);
+    *available = static_cast<DWORD>(count);
     return TRUE;
 }
 
@@ -197,7 +215,7 @@ BOOL TerminateProcess(HANDLE process, UINT exit_code) {
     const auto target = find<process_object>(process);
     if (!target) return FALSE;
     if (target->take()) return fail(ERROR_ACCESS_DENIED);
-    const layer_lock lock(target->mutex);
+    const std::lock_guard<std::mutex> lock(target->mutex);
     target->terminated = true;
     target->terminate_code = exit_code;
     syscall(SYS_pidfd_send_signal, target->started.child_handle.get(), SIGKILL, nullptr, 0);
@@ -208,7 +226,7 @@ BOOL SetPriorityClass(HANDLE process, DWORD priority_class) {
     if (failing(__func__)) return FALSE;
     const auto target = find<process_object>(process);
     if (!target) return FALSE;
-    const layer_lock lock(target->mutex);
+    const std::lock_guard<std::mutex> lock(target->mutex);
     target->priority_class = priority_class;
     // Whoever may not raise a priority gets a lower one on Windows too, with success.
     setpriority(PRIO_PROCESS, static_cast<id_t>(target->started.child), nice_value(priority_class));

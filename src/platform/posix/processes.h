@@ -35,8 +35,11 @@ struct PROCESS_INFORMATION {
 using LPPROCESS_INFORMATION = PROCESS_INFORMATION*;
 
 BOOL CreatePipe(PHANDLE read_end, PHANDLE write_end, LPSECURITY_ATTRIBUTES attributes, DWORD size);
-/// Programs are executable files under the mapped path, scripts too; "cmd.exe" knows /C with a .bat
-/// file. The exit code stays true whatever the process does with its child signal.
+/// Tells how much there is to read, and nothing else.
+BOOL PeekNamedPipe(HANDLE pipe, LPVOID buffer, DWORD size, LPDWORD read, LPDWORD available,
+                   LPDWORD left);
+/// Programs are executable files under the mapped path, scripts too; the system's "cmd.exe" knows
+/// /C with a .bat file. The exit code stays true whatever the process does with its child signal.
 BOOL CreateProcessW(LPCWSTR application, LPWSTR command_line,
                     LPSECURITY_ATTRIBUTES process_attributes,
                     LPSECURITY_ATTRIBUTES thread_attributes, BOOL inherit_handles, DWORD flags,

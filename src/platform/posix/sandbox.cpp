@@ -62,7 +62,7 @@ DWORD give(const Text& text, Char* buffer, DWORD size) {
 }  // namespace
 
 bool read_environment(const std::string& name, std::string& value) {
-    const layer_lock lock(g_environment_mutex);
+    const std::lock_guard<std::mutex> lock(g_environment_mutex);
     if (const char* exact = getenv(name.c_str())) {
         value = exact;
         return true;
@@ -77,7 +77,7 @@ bool read_environment(const std::string& name, std::string& value) {
 }
 
 std::vector<std::string> environment_entries() {
-    const layer_lock lock(g_environment_mutex);
+    const std::lock_guard<std::mutex> lock(g_environment_mutex);
     std::vector<std::string> result;
     for (char** entry = environ; entry && *entry; ++entry) {
         result.push_back(*entry);
@@ -152,7 +152,7 @@ int _putenv(const char* assignment) {
     const std::string text = assignment;
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) return -1;
-    const layer_lock lock(g_environment_mutex);
+    const std::lock_guard<std::mutex> lock(g_environment_mutex);
     const std::string name = text.substr(0, equals);
     if (equals + 1 == text.size()) return unsetenv(name.c_str());
     return setenv(name.c_str(), text.c_str() + equals + 1, 1);

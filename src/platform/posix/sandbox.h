@@ -61,7 +61,7 @@ std::shared_ptr<const Parsed> platform::parsed_file<Parsed>::get() {
     const std::string directory = sandbox_directory();
     const std::string path = directory.empty() ? "" : directory + "/" + name;
     const std::string now = path.empty() ? "" : file_stamp(path);
-    const layer_lock lock(mutex);
+    const std::lock_guard<std::mutex> lock(mutex);
     if (!parsed || now != stamp) {
         parsed = parse(now.empty() ? "" : read_native_file(path));
         stamp = now;

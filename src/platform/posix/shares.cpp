@@ -47,7 +47,7 @@ NET_API_STATUS NetUseAdd(LPWSTR, DWORD level, LPBYTE info, LPDWORD) {
         }
         remove_handle(token);
     }
-    const layer_lock lock(g_mutex);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     const auto known = find_connection(wanted->ui2_remote);
     if (known != g_connections.end()) {
         ++known->uses;
@@ -59,7 +59,7 @@ NET_API_STATUS NetUseAdd(LPWSTR, DWORD level, LPBYTE info, LPDWORD) {
 
 NET_API_STATUS NetUseDel(LPWSTR, LPWSTR share, DWORD) {
     if (failing(__func__)) return GetLastError();
-    const layer_lock lock(g_mutex);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     const auto known = find_connection(share);
     if (known == g_connections.end()) return NERR_UseNotFound;
     if (--known->uses == 0) g_connections.erase(known);
@@ -69,7 +69,7 @@ NET_API_STATUS NetUseDel(LPWSTR, LPWSTR share, DWORD) {
 NET_API_STATUS NetUseGetInfo(LPWSTR, LPWSTR share, DWORD level, LPBYTE* info) {
     if (failing(__func__)) return GetLastError();
     if (level != 1) return ERROR_INVALID_LEVEL;
-    const layer_lock lock(g_mutex);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     const auto known = find_connection(share);
     if (known == g_connections.end()) return NERR_UseNotFound;
     *info = reinterpret_cast<LPBYTE>(

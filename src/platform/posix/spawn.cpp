@@ -122,7 +122,6 @@ bool receive(int pipe, int& number) {
 }  // namespace
 
 int spawn(const spawn_request& request, spawned& result) {
-    const uninterrupted whole;
     descriptor_owner start, start_write, status_write;
     if (!make_pipe(start, start_write) || !make_pipe(result.status, status_write)) return errno;
     const std::vector<char*> arguments = pointers(request.arguments);
@@ -165,7 +164,7 @@ int spawn(const spawn_request& request, spawned& result) {
 }
 
 void reap_monitor(pid_t monitor) {
-    const layer_lock lock(g_mutex);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     if (monitor > 0) g_monitors.push_back(monitor);
     const auto reaped = [](pid_t pid) { return waitpid(pid, nullptr, __WCLONE | WNOHANG) != 0; };
     g_monitors.erase(std::remove_if(g_monitors.begin(), g_monitors.end(), reaped),

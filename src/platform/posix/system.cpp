@@ -95,15 +95,6 @@ bool is_process_ending() {
     return false;
 }
 
-void keep_loaded() {
-    boost::thread([] {
-        Dl_info module;
-        if (dladdr(reinterpret_cast<void*>(&keep_loaded), &module) != 0) {
-            dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-        }
-    }).detach();
-}
-
 boost::mutex& process_start_mutex() {
     static boost::mutex mutex;
     return mutex;

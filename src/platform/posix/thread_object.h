@@ -8,7 +8,7 @@
 
 namespace platform {
 
-class thread_object : public object {
+class thread_object : public object, public std::enable_shared_from_this<thread_object> {
   public:
     thread_object() : object("threads") {}
     int wait_descriptor() const override { return end.wait_descriptor(); }
@@ -18,14 +18,6 @@ class thread_object : public object {
     pid_t id() const;
 
     std::atomic<pid_t> tid{0};
-    // For the signal handler as well, where an object of the standard library might call out.
-    volatile int uninterrupted_depth = 0;
-    bool end_wanted = false;     // as soon as the depth is 0 again
-    std::atomic<int> guards{0};  // guards of platform::call_guarded that the thread is in
-    std::atomic<void*> fault_stack{nullptr};
-    // Held here and not on the thread's stack, so that a thread that is ended leaks nothing.
-    std::shared_ptr<object> waits_for;
-    std::shared_ptr<thread_object> self;
     std::shared_ptr<object> token;  // under the lock of the tokens
     latch end;
 };
@@ -35,8 +27,5 @@ thread_object* current_thread();
 
 /// Takes the token away from a thread that begins or has ended.
 void forget_token(thread_object& thread);
-
-/// Undoes what guards of a thread that was ended have set up.
-void release_guards(thread_object& thread);
 
 }  // namespace platform

@@ -15,10 +15,6 @@ HANDLE GetCurrentProcess();
 BOOL CloseHandle(HANDLE handle);
 BOOL SetHandleInformation(HANDLE handle, DWORD mask, DWORD flags);
 
-/// Returns when the thread is gone. A thread inside code that is not ours is ended where it blocks,
-/// or after a second anywhere. ERROR_TIMEOUT: it cannot be ended and may come back.
-BOOL TerminateThread(HANDLE thread, DWORD exit_code);
-
 HANDLE CreateEventA(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
                     LPCSTR name);
 BOOL SetEvent(HANDLE event);

@@ -70,6 +70,7 @@ DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone) {
 }
 
 void Sleep(DWORD milliseconds) {
+    milliseconds /= static_cast<DWORD>(host_number("sleep_divisor", 1));
     timespec end = now(CLOCK_MONOTONIC);
     end.tv_sec += milliseconds / 1000;
     end.tv_nsec += milliseconds % 1000 * 1000000;

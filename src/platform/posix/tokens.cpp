@@ -51,7 +51,7 @@ class thread_token {
         if (handle != GetCurrentThread()) {
             record = find<thread_object>(handle);
         } else if (self) {
-            record = self->self;
+            record = self->shared_from_this();
         } else {
             own = &t_token;
         }
@@ -59,12 +59,12 @@ class thread_token {
     }
     explicit operator bool() const { return record || own; }
     token_ref get() const {
-        const layer_lock lock(g_mutex);
+        const std::lock_guard<std::mutex> lock(g_mutex);
         if (record) return std::static_pointer_cast<token_object>(record->token);
         return *own ? **own : nullptr;
     }
     void set(const token_ref& token) const {
-        const layer_lock lock(g_mutex);
+        const std::lock_guard<std::mutex> lock(g_mutex);
         if (record) {
             record->token = token;
         } else {
@@ -100,7 +100,7 @@ std::string find_account(const ini_t& accounts, const std::wstring& user, LPCWST
 }  // namespace
 
 void forget_token(thread_object& thread) {
-    const layer_lock lock(g_mutex);
+    const std::lock_guard<std::mutex> lock(g_mutex);
     thread.token.reset();
     show_account(thread.tid, nullptr);
 }

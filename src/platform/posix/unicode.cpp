@@ -90,7 +90,7 @@ class converter {
     }
 
   private:
-    const layer_lock lock;
+    const std::lock_guard<std::mutex> lock;
     const iconv_t handle;
     const iconv_t back;
 };

@@ -8,7 +8,6 @@
 
 #include "platform/posix/descriptor.h"
 #include "platform/posix/handles.h"
-#include "platform/posix/thread_object.h"
 #include "platform/posix/threads.h"
 #include "platform/posix/time.h"
 
@@ -83,8 +82,8 @@ DWORD wait_for(object& target, DWORD milliseconds) {
         if (target.take()) return WAIT_OBJECT_0;
         const DWORD passed = GetTickCount() - begin;
         if (milliseconds != INFINITE && passed >= milliseconds) return WAIT_TIMEOUT;
-        wait_readable(target.wait_descriptor(),
-                      milliseconds == INFINITE ? INFINITE : milliseconds - passed);
+        const DWORD left = milliseconds == INFINITE ? INFINITE : milliseconds - passed;
+        if (!wait_readable(target.wait_descriptor(), left)) return WAIT_TIMEOUT;
     }
 }
 
@@ -114,21 +113,11 @@ BOOL SetEvent(HANDLE event) {
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     if (failing(__func__)) return WAIT_FAILED;
-    thread_object* const self = current_thread();
-    std::shared_ptr<object> local;
-    std::shared_ptr<object>& target = self ? self->waits_for : local;
-    {
-        const uninterrupted whole;
-        target = find_object(handle);
-        if (!target) return WAIT_FAILED;
-        if (target->wait_descriptor() < 0) {
-            target.reset();
-            SetLastError(ERROR_INVALID_HANDLE);
-            return WAIT_FAILED;
-        }
+    const std::shared_ptr<object> target = find_object(handle);
+    if (!target) return WAIT_FAILED;
+    if (target->wait_descriptor() < 0) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
     }
-    const DWORD result = wait_for(*target, milliseconds);
-    const uninterrupted whole;
-    target.reset();
-    return result;
+    return wait_for(*target, milliseconds);
 }

@@ -18,13 +18,21 @@ const char* const client_library_name = "OCI.dll";
 // Not by the runtime's function, which starts its child at any moment, also when another thread has
 // just made a pipe that its own child is to inherit.
 int run_system(const std::string& ansi_command) {
+    // By its full path: else one in the program's folder or the current one would come first.
+    char interpreter[MAX_PATH];
+    const UINT length = GetSystemDirectoryA(interpreter, MAX_PATH);
+    constexpr char name[] = "\\cmd.exe";
+    if (length == 0 || length > MAX_PATH - sizeof name) {
+        return -1;
+    }
+    std::memcpy(interpreter + length, name, sizeof name);
     std::string line = "cmd.exe /c " + ansi_command;
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started = {};
     {
         const boost::lock_guard<boost::mutex> lock(process_start_mutex());
-        if (!CreateProcessA(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+        if (!CreateProcessA(interpreter, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                             &startup, &started)) {
             return -1;
         }
@@ -42,14 +50,6 @@ bool is_process_ending() {
     static const auto function = reinterpret_cast<function_t>(
         GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress"));
     return function && function();
-}
-
-void keep_loaded() {
-    boost::thread([] {
-        HMODULE module = nullptr;
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                           reinterpret_cast<const wchar_t*>(&keep_loaded), &module);
-    }).detach();
 }
 
 boost::mutex& process_start_mutex() {

@@ -18,7 +18,7 @@ class log_file_t {
     virtual void flush() = 0;
     virtual std::wstring get_path() const = 0;
     virtual std::uint64_t get_size() = 0;
-    /// Gives all it holds to `writer` and starts again empty.
+    /// Gives all it holds to `writer` and starts again empty, once the archive is whole.
     virtual void compress_to(util::zip_writer_t& writer) = 0;
     virtual ~log_file_t() = default;
 };

@@ -6,16 +6,17 @@
 #include "platform/system.h"
 #include "support/exc/exc.h"
 #include "support/logging/aging.h"
+#include "support/synch/thread_gate.h"
 #include "support/text/format.h"
 
 namespace logging {
 
+using synch::thread_gate_t;
 using util::format_message;
 
 namespace {
 
 constexpr std::uint32_t lines_between_size_checks = 1000;
-constexpr int try_ms = 100;
 
 boost::shared_ptr<log_t> shared_log() {
     static const boost::shared_ptr<log_t> log = boost::make_shared<log_t>();
@@ -71,8 +72,9 @@ bool log_t::is_installed() {
 
 void log_t::write(severity_t severity, const std::string& category, const std::string& text) {
     const auto held = hold();
-    // What the sink logs of its own trouble would meet the same trouble.
-    if (!held.owns_lock() || !enabled || writing) {
+    // What the sink logs of its own trouble would meet the same trouble; and a thread may have been
+    // given up on while it waited.
+    if (!held.owns_lock() || !enabled || writing || thread_gate_t::is_current_gone()) {
         return;
     }
     struct writing_t {
@@ -89,13 +91,8 @@ void log_t::write(severity_t severity, const std::string& category, const std::s
     }
 }
 
-// In short tries: a thread that is ended by force just when it was woken takes the wake-up with it.
 log_t::held_t log_t::hold() {
-    held_t held(lock, boost::try_to_lock);
-    while (!held.owns_lock() && !platform::is_process_ending()) {
-        held.try_lock_for(boost::chrono::milliseconds(try_ms));
-    }
-    return held;
+    return platform::is_process_ending() ? held_t(lock, boost::try_to_lock) : held_t(lock);
 }
 
 std::uint32_t get_depth() {
@@ -110,6 +107,9 @@ logger_t::logger_t(std::string category_name)
     : m_log(shared_log()), category(std::move(category_name)) {}
 
 void logger_t::write(severity_t severity, const std::string& text) const {
+    if (thread_gate_t::is_current_gone()) {
+        return;
+    }
     try {
         m_log->write(severity, category, text);
     } catch (const std::exception&) {

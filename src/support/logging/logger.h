@@ -31,14 +31,13 @@ class log_t {
     /// Throws what the sink throws.
     void write(severity_t severity, const std::string& category, const std::string& text);
 
-    using held_t = boost::unique_lock<boost::recursive_timed_mutex>;
-    /// Keeps every other thread out of the log. Who is about to end a thread by force holds it
-    /// meanwhile, so that the thread cannot die holding it. Comes back without the lock only where
-    /// the process is ending and a thread that is gone has it.
+    using held_t = boost::unique_lock<boost::recursive_mutex>;
+    /// Keeps every other thread out of the log. Comes back without the lock only where the process
+    /// is ending and a thread that is gone has it.
     held_t hold();
 
   private:
-    boost::recursive_timed_mutex lock;
+    boost::recursive_mutex lock;
     boost::shared_ptr<receiver::log_file_t> receiver;
     boost::shared_ptr<format::line_format_t> format;
     std::wstring name;
@@ -52,7 +51,8 @@ class log_t {
 };
 
 /// Writes with one category. No operation throws: logging never ends what it tells of. Numbers and
-/// booleans are turned into text by the caller, and a password is never passed.
+/// booleans are turned into text by the caller, and a password is never passed. A thread that was
+/// given up on (synch::thread_gate_t) writes nothing, and touches nothing here.
 class logger_t {
   public:
     explicit logger_t(std::string category_name);

@@ -2,16 +2,40 @@
 
 #include <exception>
 
+#include "platform/platform.h"
 #include "support/logging/context.h"
+#include "support/synch/thread_gate.h"
 #include "support/text/format.h"
 
 namespace logging {
 
 using util::format_message;
 
+namespace {
+
+void leave_scope(const logger_t& logger) {
+    if (synch::thread_gate_t::is_current_gone()) {
+        return;
+    }
+    const std::uint32_t depth = get_depth();
+    set_depth(depth > 0 ? depth - 1 : 0);
+    const auto held = logger.log()->hold();
+    util::CCommonLibCtx::instance().threadStates.pop();
+}
+
+monitoring::CThreadTrace own_trace(const logger_t& logger) {
+    const auto held = logger.log()->hold();
+    return util::CCommonLibCtx::instance().threadStates.get(GetCurrentThreadId());
+}
+
+}  // namespace
+
 log_scope_t::log_scope_t(const logger_t& scope_logger, const std::string& scope_text)
     : logger(scope_logger), text(scope_text) {
     logger.write(severity_scope, text);
+    if (synch::thread_gate_t::is_current_gone()) {
+        return;
+    }
     set_depth(get_depth() + 1);
     const auto held = logger.log()->hold();
     util::CCommonLibCtx::instance().threadStates.push(text);
@@ -34,7 +58,7 @@ log_scope_t::~log_scope_t() {
         return;
     }
     try {
-        leave();
+        leave_scope(logger);
         logger.write(severity_info, text + " Failed.");
     } catch (const std::exception&) {
         // Out of memory: the line is lost.
@@ -42,21 +66,24 @@ log_scope_t::~log_scope_t() {
 }
 
 void log_scope_t::ok() {
-    leave();
+    open = false;
+    leave_scope(logger);
     logger.write(severity_scope, text + " ok.");
 }
 
-void log_scope_t::leave() {
-    open = false;
-    const std::uint32_t depth = get_depth();
-    set_depth(depth > 0 ? depth - 1 : 0);
-    const auto held = logger.log()->hold();
-    util::CCommonLibCtx::instance().threadStates.pop();
+std::size_t open_scopes() {
+    return own_trace(g_oralib_log).entries().size();
 }
 
-void forget_scopes(const logger_t& logger, std::uint32_t thread_id) {
-    const auto held = logger.log()->hold();
-    util::CCommonLibCtx::instance().threadStates.forget(thread_id);
+void fail_scopes(const logger_t& logger, std::size_t count) {
+    if (synch::thread_gate_t::is_current_gone()) {
+        return;
+    }
+    const auto entries = own_trace(logger).entries();
+    for (std::size_t i = entries.size(); i > count; --i) {
+        leave_scope(logger);
+        logger.write(severity_info, entries[i - 1].text + " Failed.");
+    }
 }
 
 }  // namespace logging

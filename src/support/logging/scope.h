@@ -25,14 +25,15 @@ class log_scope_t {
     void ok();
 
   private:
-    void leave();
-
     const logger_t& logger;
     std::string text;
     bool open = true;
 };
 
-/// Takes back what a thread that was left by a fault, or ended by force, had open.
-void forget_scopes(const logger_t& logger, std::uint32_t thread_id);
+/// How many scopes the calling thread is in.
+std::size_t open_scopes();
+/// Ends all but the first `count` scopes of the calling thread as failed: a fault left their frames
+/// without their ends.
+void fail_scopes(const logger_t& logger, std::size_t count);
 
 }  // namespace logging

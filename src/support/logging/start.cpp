@@ -32,38 +32,42 @@ bool is_absolute(const std::wstring& path) {
     return is_separator(path.front()) || (path.size() > 1 && path[1] == L':');
 }
 
-std::wstring log_directory() {
-    const util::SProductOptions& options = util::SProductOptions::instance();
-    const win::win_regoptions_reader_t reader(options.registryPath);
-    const std::string set = reader.get_string("LogDirectory", "");
+// A setting that cannot be read is as if it were not set; `why` has the reason.
+std::wstring log_directory(std::string& why) {
     try {
+        const auto key = win::open_hklm_subkey(util::SProductOptions::instance().registryPath,
+                                               KEY_READ | KEY_WOW64_64KEY);
+        const std::wstring set = key ? key->query_wstring_or(L"LogDirectory", L"") : L"";
         if (!set.empty()) {
-            return util::from_ansi(set);
+            return set;
         }
-    } catch (const std::exception&) {
-        // As if it were not set.
+    } catch (const std::exception& e) {
+        why = e.what();
     }
     try {
         return win::get_common_appdata_folder() + L"\\Tarny\\ClientVault\\";
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
+        why = e.what();
         return std::wstring();
     }
 }
 
-std::wstring default_path(const std::wstring& name) {
+std::wstring default_path(const std::wstring& name, std::string& why) {
     if (name.empty() || is_absolute(name)) {
         return name;
     }
-    std::wstring path = log_directory();
+    std::wstring path = log_directory(why);
     if (!path.empty() && !is_separator(path.back())) {
         path += L'\\';
     }
     return path + name;
 }
 
-std::wstring find_path(const std::vector<std::wstring>& args, const std::wstring& name) {
+std::wstring find_path(const std::vector<std::wstring>& args, const std::wstring& name,
+                       std::string& why) {
     const auto option = std::find(args.begin(), args.end(), L"-log");
-    return option != args.end() && option + 1 != args.end() ? *(option + 1) : default_path(name);
+    return option != args.end() && option + 1 != args.end() ? *(option + 1)
+                                                            : default_path(name, why);
 }
 
 void write_module_lines() {
@@ -90,7 +94,9 @@ boost::shared_ptr<log_t> get_log(const std::wstring& log_name) {
 
 void start_log(const std::vector<std::wstring>& args) {
     const boost::shared_ptr<log_t>& log = g_unnamed_log.log();
-    const std::wstring path = find_path(args, log->get_name());
+    std::string why;
+    const std::wstring path = find_path(args, log->get_name(), why);
+    std::wstring taken = path;
     g_not_verbose = std::find(args.begin(), args.end(), L"-verbose") == args.end();
 
     std::printf("LOG: Initializing log file ...\n");
@@ -100,7 +106,9 @@ void start_log(const std::vector<std::wstring>& args) {
     } else if (path.empty()) {
         log->install(boost::make_shared<receiver::stdout_log_file_t>());
     } else {
-        log->install(win::open_log_file(path));
+        const auto file = win::open_log_file(path, &why);
+        taken = file->get_path();
+        log->install(file);
     }
 
     g_unnamed_log.line(std::string());
@@ -118,6 +126,10 @@ void start_log(const std::vector<std::wstring>& args) {
     }
     set_depth(depth);
     g_unnamed_log.line(std::string("}"));
+    if (!why.empty()) {
+        g_unnamed_log.warning("The log is [%1], and not where it was asked for:\n%2",
+                              util::to_ansi_safe(taken), why);
+    }
 }
 
 }  // namespace logging

@@ -24,14 +24,12 @@ class CThreadTrace {
     std::vector<entry_t> stack;
 };
 
-/// The traces of all threads by thread id. Called under the log's lock, like all that a thread
-/// that is ended by force might otherwise die holding.
+/// The traces of all threads by thread id, called under the log's lock. What a thread that was
+/// given up on had open stays.
 class CThreadStatesCollection {
   public:
     void push(const std::string& text);
     void pop();
-    /// For a thread that left its scopes without their ends: by a fault, or by force.
-    void forget(std::uint32_t thread_id) { traces.erase(thread_id); }
     /// A copy; empty for a thread that is in no scope.
     CThreadTrace get(std::uint32_t thread_id) const;
 

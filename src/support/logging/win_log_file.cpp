@@ -48,7 +48,7 @@ std::wstring log_name(const std::wstring& path, std::uint32_t number) {
 }
 
 // Where the log's folder cannot be made, the root of its drive has to do.
-std::wstring with_folder(const std::wstring& path) {
+std::wstring with_folder(const std::wstring& path, std::string* why) {
     std::wstring folder;
     std::wstring name;
     split_path(path, folder, name);
@@ -58,10 +58,13 @@ std::wstring with_folder(const std::wstring& path) {
     try {
         create_directories(folder + L"\\");
         return path;
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
         const std::wstring root = path.substr(0, 3);
         if (path.size() < 4 || path[1] != L':' || !folder_exists(root)) {
             throw;
+        }
+        if (why) {
+            *why = e.what();
         }
         return root + name;
     }
@@ -94,6 +97,7 @@ void win_log_file_t::compress_to(util::zip_writer_t& writer) {
         while (const std::size_t read = file->read(block.data(), block.size())) {
             writer.add(block.data(), read);
         }
+        writer.finish();
         file->reset_size(0);
     } catch (const std::exception& e) {
         file->seek(0, FILE_END);
@@ -102,9 +106,10 @@ void win_log_file_t::compress_to(util::zip_writer_t& writer) {
     }
 }
 
-boost::shared_ptr<logging::receiver::log_file_t> open_log_file(const std::wstring& path) {
+boost::shared_ptr<logging::receiver::log_file_t> open_log_file(const std::wstring& path,
+                                                               std::string* why) {
     try {
-        const std::wstring usable = with_folder(path);
+        const std::wstring usable = with_folder(path, why);
         for (std::uint32_t number = 0; number < names_limit; ++number) {
             try {
                 return boost::make_shared<win_log_file_t>(log_name(usable, number));

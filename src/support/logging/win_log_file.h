@@ -27,7 +27,9 @@ class win_log_file_t : public logging::receiver::log_file_t {
 };
 
 /// Opens the log at `path`, its folder made, or at the first of `path` numbered 1 to 999 that no
-/// other process holds. Throws.
-boost::shared_ptr<logging::receiver::log_file_t> open_log_file(const std::wstring& path);
+/// other process holds; in the root of its drive where the folder cannot be made, and `why` then
+/// says so. Throws.
+boost::shared_ptr<logging::receiver::log_file_t> open_log_file(const std::wstring& path,
+                                                               std::string* why = nullptr);
 
 }  // namespace win

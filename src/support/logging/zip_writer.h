@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
-struct gzFile_s;
+#include "support/win/file.h"
+
+struct z_stream_s;
 
 namespace util {
 
@@ -18,13 +21,17 @@ class zip_writer_t {
     zip_writer_t& operator=(const zip_writer_t&) = delete;
 
     void add(const void* data, std::size_t size);
+    /// Nothing is added any more: comes back when the disk has the whole archive.
+    void finish();
     void close();
 
   private:
+    void compress(int flush);
     [[noreturn]] void fail(const char* format, int code) const;
 
     std::string path;
-    gzFile_s* file;
+    win::win_file_t::ptr_t file;
+    std::unique_ptr<z_stream_s> stream;  ///< null once it is closed
 };
 
 }  // namespace util

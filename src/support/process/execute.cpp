@@ -1,5 +1,6 @@
 #include "support/process/execute.h"
 
+#include <algorithm>
 #include <exception>
 
 #include <boost/algorithm/string/predicate.hpp>
@@ -11,7 +12,6 @@
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
 #include "support/process/pipe.h"
-#include "support/process/process.h"
 #include "support/process/starter.h"
 #include "support/text/convert.h"
 #include "support/text/format.h"
@@ -19,6 +19,9 @@
 
 namespace process_subsystem {
 
+using boost::chrono::milliseconds;
+using boost::chrono::seconds;
+using boost::chrono::steady_clock;
 using logging::g_unnamed_log;
 using pipe::CWinPipe;
 using process::CWinProcess;
@@ -115,9 +118,9 @@ boost::shared_ptr<CWinProcess> start_alone(const SCommand& command,
     return start(command, input_pipe, output_pipe);
 }
 
-std::uint32_t wait_for_end(CWinProcess& child) {
+std::uint32_t wait_for_end(CWinProcess& child, std::uint32_t limit_seconds) {
     try {
-        return child.wait(CWinProcess::default_wait_seconds);
+        return child.wait(limit_seconds);
     } catch (const exc::runtime_exc_t& e) {
         exc::rethrow_with_trace("Unable to execute command because it was terminated", e);
     }
@@ -137,12 +140,14 @@ SCommand make_command(const std::string& path) {
     return command;
 }
 
-void execute(const SCommand& command, std::string& output) {
+void execute(const SCommand& command, std::string& output, std::uint32_t limit_seconds) {
     try {
         boost::shared_ptr<CWinPipe> output_pipe;
         const auto child = start_alone(command, output_pipe);
-        const std::uint32_t exit_code = wait_for_end(*child);
-        const std::string text = output_pipe->read_to_end();
+        const auto end = steady_clock::now() + seconds(limit_seconds);
+        const std::uint32_t exit_code = wait_for_end(*child, limit_seconds);
+        const milliseconds left = boost::chrono::ceil<milliseconds>(end - steady_clock::now());
+        const std::string text = output_pipe->read_to_end(std::max<milliseconds>(left, seconds(1)));
         if (exit_code != 0) {
             g_unnamed_log.error("Command: %1, arguments: %2, error: %3, exit code: %4",
                                 command.command, command.arguments, text, to_string(exit_code));

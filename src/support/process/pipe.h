@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include <boost/chrono.hpp>
+
 #include "support/win/handle.h"
 
 namespace process_subsystem::pipe {
@@ -12,8 +14,9 @@ class CWinPipe {
   public:
     CWinPipe();
 
-    /// What comes until the last write end is closed.
-    std::string read_to_end();
+    /// What comes until the last write end is closed, or the time is over: anybody may have
+    /// inherited that end, and keep it.
+    std::string read_to_end(boost::chrono::milliseconds limit);
 
     win::win_handle_t read_handle;
     win::win_handle_t write_handle;

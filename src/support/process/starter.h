@@ -13,7 +13,8 @@ class IProcessStarter {
     IProcessStarter(const IProcessStarter&) = delete;
     IProcessStarter& operator=(const IProcessStarter&) = delete;
 
-    /// Texts and the environment block may be null. False with the last error set.
+    /// Application and environment block may be null; the command interpreter is then the system's
+    /// own. False with the last error set.
     virtual bool start(const wchar_t* application, const std::wstring& command_line,
                        const wchar_t* environment, STARTUPINFOW& startup_info,
                        PROCESS_INFORMATION& process_info) = 0;

@@ -138,6 +138,16 @@ void remove_file(const std::string& path) {
     remove_file(util::from_ansi(path));
 }
 
+void move_file(const std::wstring& from, const std::wstring& to) {
+    const auto scope = make_file_scope(from);
+    if (!MoveFileExW(from.c_str(), to.c_str(),
+                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        const DWORD error = GetLastError();
+        throw exc::win_sys_exc_t("Failed to move file [%1] to [%2].", util::to_ansi_safe(from),
+                                 util::to_ansi_safe(to), error);
+    }
+}
+
 void remove_leftover(const std::wstring& path) {
     try {
         remove_file(path);

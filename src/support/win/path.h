@@ -23,6 +23,10 @@ std::vector<std::wstring> list_files(const std::wstring& folder);
 void remove_file(const std::wstring& path);
 void remove_file(const std::string& path);
 
+/// Within one drive; an old file at `to` is replaced. Comes back when the disk has it. Throws
+/// win_sys_exc_t.
+void move_file(const std::wstring& from, const std::wstring& to);
+
 /// For what a failure has left behind: a failure to delete it is logged as a warning.
 void remove_leftover(const std::wstring& path);
 

@@ -9,11 +9,11 @@ namespace util {
 namespace {
 
 // Follows the parser's tokens. Where the parser would give up the scanner may go on: it then sees
-// more than the parser, never less.
+// more than the parser, never less. Names, quotes and angles are ASCII, and in a text of whole
+// characters they are found byte by byte whichever encoding the parser goes by.
 class scanner_t {
   public:
-    scanner_t(const char* text, bool is_utf8, bool may_turn_utf8, std::size_t depth_limit)
-        : at(text), utf8(is_utf8), may_turn(may_turn_utf8), limit(depth_limit) {}
+    scanner_t(const char* text, std::size_t depth_limit) : at(text), limit(depth_limit) {}
 
     std::size_t run() {
         while (skip_text() && deepest <= limit) {
@@ -23,11 +23,6 @@ class scanner_t {
                 skip_behind("]]>", 9);
             } else if (begins_ignoring_case("<?xml")) {
                 declaration();
-                // The first declaration of a document decides on its encoding: both are looked at.
-                if (may_turn && depth == 0 && *at) {
-                    return std::max({deepest, scanner_t(at, true, false, limit).run(),
-                                     scanner_t(at, false, false, limit).run()});
-                }
             } else if (at[1] == '/') {
                 depth -= depth > 0 ? 1 : 0;
                 skip_behind(">", 2);
@@ -62,22 +57,10 @@ class scanner_t {
         return true;
     }
 
-    // In UTF-8 the parser takes the bytes of a character together, whatever they are.
-    void step() {
-        const auto lead = static_cast<unsigned char>(*at);
-        std::size_t length = 1;
-        if (utf8 && lead >= 0xC2 && lead <= 0xF4) {
-            length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        }
-        for (; length > 0 && *at; --length) {
-            ++at;
-        }
-    }
-
     // To the next "<"; false at the end of the text.
     bool skip_text() {
         while (*at && *at != '<' && is_plain_reference()) {
-            step();
+            ++at;
         }
         return *at != '\0';
     }
@@ -120,7 +103,7 @@ class scanner_t {
         }
         ++at;
         while (*at && *at != quote && is_plain_reference()) {
-            step();
+            ++at;
         }
         at += *at ? 1 : 0;
     }
@@ -128,8 +111,7 @@ class scanner_t {
     // In UTF-8 the parser counts three marks as white space.
     void skip_space() {
         for (;;) {
-            if (utf8 &&
-                (begins("\xEF\xBB\xBF") || begins("\xEF\xBF\xBE") || begins("\xEF\xBF\xBF"))) {
+            if (begins("\xEF\xBB\xBF") || begins("\xEF\xBF\xBE") || begins("\xEF\xBF\xBF")) {
                 at += 3;
             } else if (*at && is_space(*at)) {
                 ++at;
@@ -183,8 +165,6 @@ class scanner_t {
     }
 
     const char* at;
-    bool utf8;
-    bool may_turn;
     std::size_t limit;
     std::size_t depth = 0;
     std::size_t deepest = 0;
@@ -194,8 +174,7 @@ class scanner_t {
 }  // namespace
 
 std::size_t xml_nesting_depth(const std::string& text, std::size_t limit) {
-    const bool marked = text.compare(0, 3, "\xEF\xBB\xBF") == 0;
-    return scanner_t(text.c_str(), marked, !marked, limit).run();
+    return scanner_t(text.c_str(), limit).run();
 }
 
 }  // namespace util

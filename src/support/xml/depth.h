@@ -11,7 +11,7 @@ constexpr std::size_t xml_max_attributes = 256;
 
 /// The deepest nesting of elements in `text`, as TinyXML's own tokens give it, found without
 /// recursion; `limit` + 1 as well where it cannot be told, or where an element has more
-/// attributes than that.
+/// attributes than that. What the parser may take for UTF-8 has to be UTF-8.
 std::size_t xml_nesting_depth(const std::string& text, std::size_t limit);
 
 }  // namespace util

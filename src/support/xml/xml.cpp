@@ -5,10 +5,12 @@
 #include <tinyxml.h>
 #include <boost/make_shared.hpp>
 
+#include "platform/platform.h"
 #include "support/exc/rethrow.h"
 #include "support/text/convert.h"
 #include "support/text/format.h"
 #include "support/xml/depth.h"
+#include "support/xml/secrets.h"
 
 namespace util {
 
@@ -16,10 +18,25 @@ namespace {
 
 std::string short_form(const std::string& source) {
     constexpr std::size_t shown = 128;
-    if (source.size() <= shown) {
-        return source;
+    const std::string text =
+        source.size() <= shown
+            ? source
+            : source.substr(0, shown) + "..., length: " + to_string(std::uint64_t{source.size()});
+    return xml_names_secret(text) ? "not shown, since it holds an account" : text;
+}
+
+// Texts are in the code page, whatever a declaration says of it. Only where that is UTF-8, or where
+// a byte-order mark says so, the parser is to find out; it then steps over whole characters.
+TiXmlEncoding encoding_of(const std::string& text) {
+    if (GetACP() != CP_UTF8 && text.compare(0, 3, "\xEF\xBB\xBF") != 0) {
+        return TIXML_ENCODING_LEGACY;
     }
-    return source.substr(0, shown) + "..., length: " + to_string(std::uint64_t{source.size()});
+    try {
+        from_utf8(text);
+    } catch (const std::exception&) {
+        throw exc::exc_base_t("XML error: [The text is not in UTF-8].");
+    }
+    return TIXML_ENCODING_UNKNOWN;
 }
 
 [[noreturn]] void throw_parse_error(const TiXmlDocument& document) {
@@ -46,6 +63,7 @@ xml_node_t xml_new_document() {
 
 xml_node_t xml_parse(const std::string& text) {
     try {
+        const TiXmlEncoding encoding = encoding_of(text);
         if (xml_nesting_depth(text, xml_max_depth) > xml_max_depth) {
             throw exc::exc_base_t(format_message(
                 "XML error: [%1].",
@@ -54,9 +72,7 @@ xml_node_t xml_parse(const std::string& text) {
                     to_string(std::uint64_t{xml_max_attributes})));
         }
         xml_node_t handle = xml_new_document();
-        // In UTF-8 the parser steps over the whole of a character that the text's end cuts short.
-        const std::string padded = text + std::string(4, '\0');
-        handle.document->Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+        handle.document->Parse(text.c_str(), nullptr, encoding);
         if (handle.document->Error()) {
             throw_parse_error(*handle.document);
         }

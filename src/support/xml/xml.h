@@ -24,8 +24,9 @@ struct xml_node_t {
 constexpr std::size_t xml_max_depth = 256;
 
 xml_node_t xml_new_document();
-/// Throws for what is no XML, nested deeper than xml_max_depth, or has an element with more
-/// attributes than xml_max_attributes.
+/// The encoding of a declaration is not looked at. Throws for what is no XML, nested deeper than
+/// xml_max_depth, or has an element with more attributes than xml_max_attributes; the beginning of
+/// the text stands in the failure unless it has a secret attribute (xml_names_secret).
 xml_node_t xml_parse(const std::string& text);
 /// The same; a failure does not repeat the text.
 xml_node_t xml_parse_secret(const std::string& text);

@@ -1,0 +1,153 @@
+#include "oracle/connect/client_thread.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <sstream>
+
+#include <boost/chrono/duration.hpp>
+#include <boost/make_shared.hpp>
+
+#include "config/agent_config.h"
+#include "platform/thread.h"
+#include "support/logging/logger.h"
+#include "support/logging/scope.h"
+#include "support/text/format.h"
+
+namespace specific::oracle {
+
+using logging::g_oralib_log;
+using logging::log_scope_t;
+
+namespace {
+
+constexpr int many_hanging = 10;
+
+std::atomic<int> g_hanging{0};
+
+struct SStart {
+    boost::shared_ptr<CClientThread::SSigns> signs;
+    CClientThread::body_t body;
+};
+
+void run(SStart& start) {
+    synch::thread_gate_t& gate = start.signs->gate;
+    synch::thread_gate_t::set_current(&gate);
+    start.body(*start.signs);
+    start.body.clear();  // what it owns goes while the gate still holds
+    const bool is_waited_for = gate.end();
+    synch::thread_gate_t::set_current(nullptr);
+    if (!is_waited_for) {
+        start.signs.reset();
+        --g_hanging;
+        platform::leave_module();
+    }
+}
+
+}  // namespace
+
+void CClientThread::SSigns::set_ready() {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        try {
+            ready.set();
+            return;
+        } catch (const std::exception& e) {
+            g_oralib_log.log_exception("Unable to tell that a thread is ready", e);
+        }
+    }
+}
+
+CClientThread::CClientThread(const body_t& body) : signs(boost::make_shared<SSigns>()) {
+    const auto start = boost::make_shared<SStart>();
+    start->signs = signs;
+    start->body = body;
+    platform::hold_module();
+    try {
+        thread = platform::start_thread([start] { run(*start); });
+    } catch (...) {
+        platform::release_module();
+        throw;
+    }
+    platform_handle = platform::thread_handle(*thread);
+}
+
+CClientThread::~CClientThread() {
+    if (thread && seen_ready && stop()) {
+        end();
+    } else if (thread) {
+        give_up();
+    }
+}
+
+bool CClientThread::stop() {
+    try {
+        signs->stop.set();
+        return true;
+    } catch (const std::exception& e) {
+        g_oralib_log.log_exception("Unable to stop a thread", e);
+        return false;
+    }
+}
+
+void CClientThread::end() {
+    thread->join();
+    thread.reset();
+    platform::release_module();
+}
+
+bool CClientThread::wait_ready(std::int64_t milliseconds) {
+    constexpr std::int64_t longest = INFINITE - 1;
+    const auto limit = static_cast<DWORD>(std::clamp<std::int64_t>(milliseconds, 0, longest));
+    seen_ready = signs->ready.wait(limit) == WAIT_OBJECT_0;
+    return seen_ready;
+}
+
+void CClientThread::give_up() {
+    ++g_hanging;
+    if (signs->gate.give_up()) {
+        thread->detach();
+        thread.reset();
+        stop();
+    } else {
+        --g_hanging;
+        end_late();
+    }
+}
+
+// It came to its end behind the limit, but its last step takes the system's loader, which another
+// thread that hangs may have. Then the module is kept for good.
+void CClientThread::end_late() {
+    constexpr boost::chrono::seconds longest(1);
+    if (thread->try_join_for(longest)) {
+        platform::release_module();
+    } else {
+        thread->detach();
+    }
+    thread.reset();
+}
+
+void CClientThread::give_up(const std::string& scope_text) {
+    {
+        log_scope_t scope(g_oralib_log, scope_text);
+        give_up();
+        scope.ok();
+    }
+    const int hanging = g_hanging;
+    if (hanging >= many_hanging) {
+        g_oralib_log.warning("%1 threads hang in the Oracle client.", util::to_string(hanging));
+    }
+}
+
+std::string CClientThread::number() const {
+    std::stringstream text;
+    text << std::hex << thread->get_id();
+    unsigned long long number = 0;
+    text >> number;
+    return util::to_string(static_cast<std::uint64_t>(number));
+}
+
+std::int64_t connection_limit() {
+    return std::int64_t{COracleAgentConfig::instance().OracleConnectionTimeout()} * 1000;
+}
+
+}  // namespace specific::oracle
