@@ -57,11 +57,8 @@ finish_verdict_t verdict_of_finish(int action, const finish_log_t& log) {
     if (log.trouble.empty()) {
         return {"backup mode ended", true};
     }
-    static const std::string none_in_backup = "ORA-01142";
-    for (const std::string& line : log.trouble) {
-        if (line.find(none_in_backup) != std::string::npos) {
-            return {"was in no backup mode", true};
-        }
+    if (log.was_in_no_backup_mode) {
+        return {"was in no backup mode", true};
     }
     return {"MAY STILL BE IN BACKUP MODE", false};
 }

@@ -1,5 +1,6 @@
 #include "host/log_watch.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -25,10 +26,12 @@ std::map<fs::path, std::uintmax_t> sizes_beside(const fs::path& file) {
     return sizes;
 }
 
-// Behind "[time] < thread> ": the category, then the tag, then the text.
+// A line begins "[time] < thread> ", the category, a tag, and two blanks for each level of depth.
 struct line_t {
+    std::string thread;
+    std::size_t depth = 0;  ///< in blanks
     bool is_trouble = false;
-    bool goes_on = false;  ///< a further line of the one above
+    bool goes_on = false;  ///< a further line of the trouble above
     std::string text;
 };
 
@@ -36,6 +39,10 @@ line_t read_line(const std::string& raw) {
     line_t line;
     const auto head = raw.find("> ");
     std::string text = head == std::string::npos ? raw : raw.substr(head + 2);
+    const auto thread = raw.find('<');
+    if (thread < head && head != std::string::npos) {
+        line.thread = raw.substr(thread, head - thread);
+    }
     if (text.rfind("oralib", 0) == 0) {
         text.erase(0, 6);
     }
@@ -44,9 +51,8 @@ line_t read_line(const std::string& raw) {
     if (line.is_trouble || line.goes_on) {
         text.erase(0, 5);
     }
-    text.erase(0, text.find_first_not_of(' ') == std::string::npos ? text.size()
-                                                                   : text.find_first_not_of(' '));
-    line.text = text;
+    line.depth = std::min(text.find_first_not_of(' '), text.size());
+    line.text = text.substr(line.depth);
     return line;
 }
 
@@ -70,6 +76,60 @@ class trouble_t {
 
   private:
     bool m_taking = false;
+};
+
+// A name or a message of Oracle's may hold line feeds, and what stands behind one begins a line of
+// the log that looks like any other, but never at a smaller depth than its message's. So each sign
+// is taken only from the thread and at the very depth at which the module itself gives it, where no
+// text from outside is written.
+class finish_reader_t {
+  public:
+    explicit finish_reader_t(const std::string& sid)
+        : begin("Finish db backup. Sid: " + sid + ", "),
+          failure("Failed to finish db backup. Sid: " + sid) {
+        whole.depth = std::string::npos;
+    }
+
+    void take(const line_t& line) {
+        const bool is_plain = !line.is_trouble && !line.goes_on;
+        if (is_plain && line.text == "Finish dbs backup" && line.depth <= whole.depth) {
+            whole = line;
+        }
+        if (is_plain && is_own(line, 1) && line.text.rfind("Finish db", 0) == 0) {
+            const bool is_ended =
+                line.text.size() > 4 && line.text.compare(line.text.size() - 4, 4, " ok.") == 0;
+            inside = line.text.rfind(begin, 0) == 0 && !is_ended;
+            finished.came_to_its_end |= line.text.rfind(begin, 0) == 0 && is_ended;
+        }
+        finished.backup_was_ended |= inside && is_plain && is_own(line, 2) &&
+                                     line.text == "Exec oracle query: ALTER DATABASE END BACKUP";
+        finished.was_in_no_backup_mode |=
+            failed_just_now && line.goes_on &&
+            line.text.rfind("Oracle error has occurred. ORA-01142", 0) == 0;
+        failed_just_now = line.is_trouble && is_own(line, 1) && line.text == failure;
+        if (inside) {
+            trouble.take(line);
+        }
+    }
+
+    finish_log_t result() const {
+        finish_log_t result = finished;
+        result.trouble = trouble.lines;
+        return result;
+    }
+
+  private:
+    bool is_own(const line_t& line, std::size_t levels) const {
+        return line.thread == whole.thread && line.depth == whole.depth + 2 * levels;
+    }
+
+    const std::string begin;
+    const std::string failure;
+    line_t whole;  // the step over all databases
+    bool inside = false;
+    bool failed_just_now = false;  // the failure's own text begins in the next line
+    finish_log_t finished;
+    trouble_t trouble;
 };
 
 }  // namespace
@@ -97,28 +157,11 @@ std::string log_watch_t::written_since() const {
 }
 
 finish_log_t read_finish_log(const std::string& log, const std::string& sid) {
-    const std::string begin = "Finish db backup. Sid: " + sid + ", ";
-    const std::string end = "Failed to finish db backup. Sid: " + sid;
-    finish_log_t result;
-    trouble_t trouble;
-    bool inside = false;
+    finish_reader_t reader(sid);
     for (const std::string& raw : split_lines(log)) {
-        const line_t line = read_line(raw);
-        if (line.text.rfind(begin, 0) == 0) {
-            inside =
-                line.text.size() < 4 || line.text.compare(line.text.size() - 4, 4, " ok.") != 0;
-            result.came_to_its_end = !inside;
-        } else if (line.text.rfind("Finish db", 0) == 0) {
-            inside = false;
-        }
-        if (inside || line.text.rfind(end, 0) == 0) {
-            trouble.take(line);
-            result.backup_was_ended = result.backup_was_ended ||
-                                      line.text.find("ALTER DATABASE END BACKUP") != line.text.npos;
-        }
+        reader.take(read_line(raw));
     }
-    result.trouble = trouble.lines;
-    return result;
+    return reader.result();
 }
 
 }  // namespace host

@@ -32,6 +32,7 @@ struct finish_log_t {
     std::vector<std::string> trouble;  ///< the texts of warnings and errors, line by line
     bool backup_was_ended = false;     ///< it was tried, at least
     bool came_to_its_end = false;      ///< the step has its " ok."
+    bool was_in_no_backup_mode = false;
 };
 finish_log_t read_finish_log(const std::string& log, const std::string& sid);
 

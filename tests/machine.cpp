@@ -1,10 +1,12 @@
 #include "machine.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <random>
 #include <system_error>
+#include <thread>
 
 #include "sandbox/native.h"
 #include "sandbox/paths.h"
@@ -121,6 +123,19 @@ fs::path make_temporary_folder() {
             return folder;
         }
     }
+}
+
+void remove_folder(const fs::path& folder) {
+    constexpr int attempts = 100;
+    std::error_code error;
+    for (int attempt = 1; attempt < attempts; ++attempt) {
+        fs::remove_all(folder, error);
+        if (!error) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    fs::remove_all(folder);
 }
 
 std::size_t count_handles() {

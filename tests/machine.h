@@ -46,6 +46,9 @@ class machine_t {
 /// A folder that was not there before.
 std::filesystem::path make_temporary_folder();
 
+/// With all that is in it. Waits for a file that Wine still holds when its process has ended.
+void remove_folder(const std::filesystem::path& folder);
+
 /// The handles, or descriptors, that this process has open.
 std::size_t count_handles();
 

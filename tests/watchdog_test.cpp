@@ -22,7 +22,7 @@ TEST(Watchdog, EndsATestThatHangsAndSaysWhere) {
                           (folder / "said").u8string()),
               hung_exit_code);
     const std::string said = read_file(folder / "said");
-    std::filesystem::remove_all(folder);
+    remove_folder(folder);
     for (const char* part : {"The test hangs", "\nthread ", "watchdog_test"}) {
         EXPECT_NE(said.find(part), std::string::npos) << said;
     }

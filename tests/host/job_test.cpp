@@ -108,7 +108,7 @@ class CutOff : public Job {
     // Whether the job was cut off before its end.
     bool cut_off(const char* variable, int call) const {
         SCOPED_TRACE(std::string(variable) + "=" + std::to_string(call));
-        std::filesystem::remove_all(server);
+        remove_folder(server);
         sandbox::take_snapshot(folder / "fresh", server);
         const std::string words =
             "job --document " + (folder / "saved.xml") + " -- " + quoted(HOST) + " --version";

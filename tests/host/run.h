@@ -12,7 +12,7 @@
 class folder_t {
   public:
     folder_t() : m_folder(make_temporary_folder()) {}
-    ~folder_t() { std::filesystem::remove_all(m_folder); }
+    ~folder_t() { EXPECT_NO_THROW(remove_folder(m_folder)); }
 
     std::string operator/(const std::string& file) const { return (m_folder / file).string(); }
     std::string write(const std::string& file, const std::string& content) const {
@@ -37,8 +37,8 @@ inline outcome_t run(const folder_t& folder, const std::string& command) {
     static int count = 0;
     const std::string out = "out" + std::to_string(++count);
     const std::string err = "err" + std::to_string(count);
-    const int code = run_command(command + " < " NULL_DEVICE " > " + (folder / out) + " 2> " +
-                                 (folder / err));
+    const int code =
+        run_command(command + " < " NULL_DEVICE " > " + (folder / out) + " 2> " + (folder / err));
     const auto read = [&](const std::string& name) {
         std::string text = folder.read(name);
         text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());

@@ -11,7 +11,7 @@ namespace {
 struct environment : testing::Environment {
     void SetUp() override {
         machine = std::make_unique<machine_t>();
-        std::filesystem::remove_all(machine->find("C:\\scratch"));  // of a run that was ended
+        remove_folder(machine->find("C:\\scratch"));  // of a run that was ended
     }
     void TearDown() override { machine.reset(); }
     std::unique_ptr<machine_t> machine;

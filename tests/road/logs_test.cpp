@@ -172,7 +172,7 @@ TEST_F(Logs, NoDescriptionNamesAFileOfAnotherLength) {
         bool spent = true;
         for (int nth = 1; spent; ++nth) {
             SCOPED_TRACE(std::string(fault.call) + " " + std::to_string(nth));
-            std::filesystem::remove_all(staging());
+            remove_folder(staging());
             sandbox::run_sql(folder, "ORCL", "DELETE FROM V$ARCHIVED_LOG WHERE RECID > 3");
             const std::filesystem::path report = folder / "handles.txt";
             std::filesystem::remove(report);

@@ -151,7 +151,7 @@ std::string validate(const std::string& document, const std::string& schema) {
                                 schema + "' '" + file.string() + "' 2>'" + report.string() + "'";
     const bool valid = std::system(command.c_str()) == 0;
     const std::string text = valid ? "" : read_file(report);
-    fs::remove_all(folder);
+    remove_folder(folder);
     return text;
 #endif
 }

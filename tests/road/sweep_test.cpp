@@ -169,7 +169,7 @@ TEST_F(Sweep, EachCallOfThePlatformFailsOnce) {
         for (; nth <= most; ++nth) {
             SCOPED_TRACE(function + " " + std::to_string(nth));
             std::filesystem::remove(report);
-            std::filesystem::remove_all(machine.find("C:\\ProgramData\\Tarny"));
+            remove_folder(machine.find("C:\\ProgramData\\Tarny"));
             const std::string fault =
                 function + ":" + std::to_string(nth) + ":" + std::to_string(access_denied);
             sandbox::set_environment("ORALIB_PLATFORM_FAULT", fault);
