@@ -97,7 +97,8 @@ void free_handle(handle_t* handle) {
         forget(bind->statement->binds, bind);
     } else if (handle->type == OCI_HTYPE_SERVER || handle->type == OCI_HTYPE_SESSION) {
         for (const auto& [address, other] : g_register.handles) {
-            if (other->type == OCI_HTYPE_SVCCTX) {
+            // Another environment may be another thread's.
+            if (other->type == OCI_HTYPE_SVCCTX && other->env == handle->env) {
                 auto* service = static_cast<OCISvcCtx*>(other.get());
                 service->server = service->server == handle ? nullptr : service->server;
                 service->session = service->session == handle ? nullptr : service->session;
