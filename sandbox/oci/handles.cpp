@@ -13,8 +13,7 @@ struct register_t {
     std::mutex mutex;
     std::unordered_map<const void*, std::unique_ptr<handle_t>> handles;
 
-    // The client goes. What is left was leaked, or belongs to sessions that were given up on.
-    ~register_t() {
+    void report() const {
         for (const auto& [address, handle] : handles) {
             if (handle->type == OCI_HTYPE_ENV) {
                 const auto* env = static_cast<const OCIEnv*>(handle.get());
@@ -61,7 +60,13 @@ void forget(Map& map, const Handle* handle) {
     }
 }
 
-register_t g_register;
+// Never destroyed: a thread may still be in the client when the process ends.
+register_t& g_register = *new register_t;
+
+// The client goes. What is left was leaked, or belongs to sessions that were given up on.
+struct end_t {
+    ~end_t() { g_register.report(); }
+} const g_end;
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <exception>
 #include <sstream>
 
@@ -9,6 +10,7 @@
 #include <boost/make_shared.hpp>
 
 #include "config/agent_config.h"
+#include "platform/guard.h"
 #include "platform/thread.h"
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
@@ -89,10 +91,16 @@ bool CClientThread::stop() {
     }
 }
 
+// It has done its work, but the end of a thread takes the system's loader, which another one that
+// hangs may have. Then the module is kept for good.
 void CClientThread::end() {
-    thread->join();
+    constexpr boost::chrono::milliseconds longest(500);
+    if (thread->try_join_for(longest)) {
+        platform::release_module();
+    } else {
+        thread->detach();
+    }
     thread.reset();
-    platform::release_module();
 }
 
 bool CClientThread::wait_ready(std::int64_t milliseconds) {
@@ -110,20 +118,8 @@ void CClientThread::give_up() {
         stop();
     } else {
         --g_hanging;
-        end_late();
+        end();
     }
-}
-
-// It came to its end behind the limit, but its last step takes the system's loader, which another
-// thread that hangs may have. Then the module is kept for good.
-void CClientThread::end_late() {
-    constexpr boost::chrono::seconds longest(1);
-    if (thread->try_join_for(longest)) {
-        platform::release_module();
-    } else {
-        thread->detach();
-    }
-    thread.reset();
 }
 
 void CClientThread::give_up(const std::string& scope_text) {
@@ -144,6 +140,23 @@ std::string CClientThread::number() const {
     unsigned long long number = 0;
     text >> number;
     return util::to_string(static_cast<std::uint64_t>(number));
+}
+
+bool call_client_guarded(void (*body)(void*), void* context, DWORD& fault) {
+    const std::size_t scopes = logging::open_scopes();
+    if (platform::call_guarded(body, context, fault)) {
+        return true;
+    }
+    // What the frames in between would have done at their ends.
+    synch::thread_gate_t::current()->leave();
+    logging::fail_scopes(g_oralib_log, scopes);
+    return false;
+}
+
+std::string fault_text(DWORD fault) {
+    char code[11];
+    std::snprintf(code, sizeof code, "0x%08x", static_cast<unsigned>(fault));
+    return code;
 }
 
 std::int64_t connection_limit() {

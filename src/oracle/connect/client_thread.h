@@ -56,7 +56,6 @@ class CClientThread {
   private:
     bool stop();
     void end();
-    void end_late();
     void give_up();
 
     boost::shared_ptr<SSigns> signs;
@@ -64,6 +63,14 @@ class CClientThread {
     HANDLE platform_handle;
     bool seen_ready = false;
 };
+
+/// Runs `body(context)` on a CClientThread. False when a fault in the client ended it, with its code
+/// in `fault`: the gate is outside again and the scopes that the body had open have failed. A client
+/// that has faulted must not be called again for the session in question, not even to free its
+/// handles.
+bool call_client_guarded(void (*body)(void*), void* context, DWORD& fault);
+/// "0x" and eight digits.
+std::string fault_text(DWORD fault);
 
 /// OracleConnectionTimeout in milliseconds.
 std::int64_t connection_limit();

@@ -1,6 +1,5 @@
 #include "oracle/connect/session_holder.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 
@@ -12,7 +11,6 @@
 #include "oracle/connect/client_thread.h"
 #include "oracle/connect/errors.h"
 #include "oracle/connect/interface.h"
-#include "platform/guard.h"
 #include "platform/platform.h"
 #include "support/exc/rethrow.h"
 #include "support/logging/logger.h"
@@ -111,27 +109,20 @@ void log_fault(DWORD fault) {
         g_oralib_log.warning("Failed to load OCI library");
         return;
     }
-    char code[11];
-    std::snprintf(code, sizeof code, "0x%08x", static_cast<unsigned>(fault));
     g_oralib_log.warning(
-        "SEH exception has occurred while initializing Oracle session, exception code: %1", code);
+        "SEH exception has occurred while initializing Oracle session, exception code: %1",
+        fault_text(fault));
 }
 
 // A fault leaves no exception behind: the session shows that it never began.
-void connect_guarded(state_t& state, synch::thread_gate_t& gate) {
+void connect_guarded(state_t& state) {
     DWORD fault = 0;
-    const std::size_t scopes = logging::open_scopes();
-    if (platform::call_guarded(
+    if (!call_client_guarded(
             [](void* context) { connect_session(*static_cast<state_t*>(context)); }, &state,
             fault)) {
-        return;
+        log_fault(fault);
+        *state.abandoned = true;
     }
-    // What the frames in between would have done at their ends.
-    gate.leave();
-    log_fault(fault);
-    logging::fail_scopes(g_oralib_log, scopes);
-    // A client that has faulted is not called again, not even to free its handles.
-    *state.abandoned = true;
 }
 
 // Connects, and then stays parked until the owner goes.
@@ -139,8 +130,11 @@ void run_init_thread(state_t& state, CClientThread::SSigns& signs) {
     try {
         wait_for_token(state, signs.gate);
         set_environment(state, signs.gate);
+        if (signs.gate.is_gone()) {
+            return;
+        }
         get_interface();
-        connect_guarded(state, signs.gate);
+        connect_guarded(state);
         signs.set_ready();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Oracle session init thread failed", e);

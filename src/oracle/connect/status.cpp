@@ -62,7 +62,18 @@ std::wstring query_status(const COracleSession& session, EStatusKind kind) {
 
 void run_probe(probe_t& probe, CClientThread::SSigns& signs) {
     try {
-        probe.status = query_status(*probe.session, probe.kind);
+        DWORD fault = 0;
+        if (!call_client_guarded(
+                [](void* context) {
+                    auto& own = *static_cast<probe_t*>(context);
+                    own.status = query_status(*own.session, own.kind);
+                },
+                &probe, fault)) {
+            probe.session->abandon();
+            throw exc::runtime_exc_t(
+                "SEH exception has occurred in the Oracle client, exception code: %1",
+                fault_text(fault));
+        }
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Getting oracle %1 thread failed", "database", e);
         probe.error = exc::capture_exception(e);

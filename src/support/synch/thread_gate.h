@@ -34,7 +34,7 @@ class thread_gate_t {
   private:
     enum state_t { outside, inside, gone, ended };
 
-    bool change(state_t from, state_t to) { return word.compare_exchange_strong(from, to); }
+    bool change(state_t from, state_t to);
 
     std::atomic<state_t> word{outside};
 };
