@@ -3,7 +3,8 @@
  *
  * The host loads the module, calls OracleVssInitLib once, then any of the operations, and
  * OracleVssStopLib at the end. The module may be unloaded once no call is running; loading it
- * again reads the settings anew.
+ * again reads the settings anew, unless a thread still hangs in the client: until it comes back the
+ * module stays loaded.
  *
  * Order    OracleVssInitLib, operations, OracleVssStopLib. It is not enforced: before
  *          OracleVssInitLib an operation works but writes no log, after OracleVssStopLib it works

@@ -36,6 +36,9 @@ void release_module() {
 // between the count and the thread's way out.
 void leave_module() {
     void* const own = add_module_reference();
+    if (!own) {
+        return;  // the module stays
+    }
     release_module();
     end_with_module_reference(own);
 }

@@ -293,7 +293,7 @@ TEST_F(Hang, AFaultInTheClientIsTheInstancesOwn) {
         const char* words;
     } rows[] = {
         {sandbox::crash("SELECT STATUS FROM V$INSTANCE"), "0xc0000005",
-         "SEH exception has occurred in the Oracle client, exception code: 0xc0000005"},
+         "The Oracle client has faulted, exception code: 0xc0000005"},
         {sandbox::crash("OCIServerAttach"), "0xc0000005", invalid},
         {{"OCISessionBegin", 1, sandbox::fault_kind::divide, 0, ""}, "0xc0000094", invalid},
     };

@@ -40,6 +40,12 @@ class Sweep : public Road {
         if (answer.code == ORALIB_OK) {
             const document_t document(answer.result);
             EXPECT_EQ(validate(answer.result, "explore.xsd"), "");
+            for (const std::string sid : {"ORCL", "TWIN"}) {
+                const std::string path = "home/database[" + sid + "]";
+                if (document.attribute(path, "isError") == "false") {
+                    EXPECT_EQ(document.attribute(path, "name"), sid) << "another database";
+                }
+            }
         } else {
             ASSERT_EQ(answer.code, ORALIB_FAILED);
             EXPECT_EQ(answer.result, nothing);
@@ -159,7 +165,9 @@ TEST_F(Sweep, EachCallOfThePlatformFailsOnce) {
         "MultiByteToWideChar OpenThreadToken PeekNamedPipe ReadFile RegEnumKeyExW RegOpenKeyExW "
         "RegQueryInfoKeyW RegQueryValueExA RegQueryValueExW SHGetFolderPathW SetEvent "
         "SetFilePointerEx SetHandleInformation UuidToStringW WaitForSingleObject "
-        "WideCharToMultiByte WriteFile ");
+        "WideCharToMultiByte WriteFile _putenv ");
+    server.add_instance(home19(), instance("TWIN"));
+    write();
     constexpr unsigned access_denied = 5;
     constexpr unsigned most = 40;
     const std::filesystem::path report = folder / "handles.txt";

@@ -15,6 +15,7 @@
 #include "support/logging/logger.h"
 #include "support/logging/scope.h"
 #include "support/text/format.h"
+#include "support/win/path.h"
 
 namespace specific::oracle {
 
@@ -35,7 +36,9 @@ struct SStart {
 void run(SStart& start) {
     synch::thread_gate_t& gate = start.signs->gate;
     synch::thread_gate_t::set_current(&gate);
-    start.body(*start.signs);
+    if (synch::thread_gate_t::current() == &gate) {  // the system has no slot for it otherwise
+        start.body(*start.signs);
+    }
     start.body.clear();  // what it owns goes while the gate still holds
     const bool is_waited_for = gate.end();
     synch::thread_gate_t::set_current(nullptr);
@@ -43,6 +46,16 @@ void run(SStart& start) {
         start.signs.reset();
         --g_hanging;
         platform::leave_module();
+    }
+}
+
+// The first GUID of a process asks the system's loader, which a thread that hangs may have when the
+// meta file of the others needs one.
+void warm_up() {
+    try {
+        static const std::wstring first = win::make_guid_text();
+    } catch (const std::exception&) {
+        // Whoever needs one will tell.
     }
 }
 
@@ -60,6 +73,7 @@ void CClientThread::SSigns::set_ready() {
 }
 
 CClientThread::CClientThread(const body_t& body) : signs(boost::make_shared<SSigns>()) {
+    warm_up();
     const auto start = boost::make_shared<SStart>();
     start->signs = signs;
     start->body = body;
@@ -99,6 +113,7 @@ void CClientThread::end() {
         platform::release_module();
     } else {
         thread->detach();
+        g_oralib_log.line("A thread that has done its work does not end: the module stays loaded");
     }
     thread.reset();
 }
@@ -142,13 +157,15 @@ std::string CClientThread::number() const {
     return util::to_string(static_cast<std::uint64_t>(number));
 }
 
-bool call_client_guarded(void (*body)(void*), void* context, DWORD& fault) {
+bool call_client_guarded(void (*body)(void*), void* context, void (*log_fault)(DWORD),
+                         DWORD& fault) {
     const std::size_t scopes = logging::open_scopes();
     if (platform::call_guarded(body, context, fault)) {
         return true;
     }
     // What the frames in between would have done at their ends.
     synch::thread_gate_t::current()->leave();
+    log_fault(fault);
     logging::fail_scopes(g_oralib_log, scopes);
     return false;
 }

@@ -64,11 +64,12 @@ class CClientThread {
     bool seen_ready = false;
 };
 
-/// Runs `body(context)` on a CClientThread. False when a fault in the client ended it, with its code
-/// in `fault`: the gate is outside again and the scopes that the body had open have failed. A client
-/// that has faulted must not be called again for the session in question, not even to free its
-/// handles.
-bool call_client_guarded(void (*body)(void*), void* context, DWORD& fault);
+/// Runs `body(context)` on a CClientThread. False when a fault in the client ended it, with its
+/// code in `fault`: the gate is outside again, `log_fault` has told, and the scopes that the body
+/// had open have failed. A client that has faulted must not be called again for the session in
+/// question, not even to free its handles.
+bool call_client_guarded(void (*body)(void*), void* context, void (*log_fault)(DWORD),
+                         DWORD& fault);
 /// "0x" and eight digits.
 std::string fault_text(DWORD fault);
 

@@ -136,6 +136,9 @@ const SEntryPoints& bound() {
 template <typename Entry, typename... Args>
 bool try_call(const abandoned_t& abandoned, sword& status, Entry SEntryPoints::*entry,
               Args... args) {
+    if (*abandoned || synch::thread_gate_t::is_current_gone()) {
+        return false;
+    }
     const SEntryPoints& oci = bound();
     passage_t passage(*abandoned);
     if (!passage.is_open()) {

@@ -36,7 +36,11 @@ boost::mutex environment_lock;
 void set_env_variable(const wchar_t* name, const std::wstring& value) {
     const std::string assignment = util::to_ansi(std::wstring(name) + L"=" + value);
     g_oralib_log.line("Setting env variable: %1", assignment);
-    _putenv(assignment.c_str());
+    // With the one before it in its place the client would connect to another database. To remove
+    // what is not there may fail.
+    if (_putenv(assignment.c_str()) != 0 && !value.empty()) {
+        throw exc::runtime_exc_t("Failed to set env variable: %1", assignment);
+    }
 }
 
 }  // namespace
@@ -119,8 +123,7 @@ void connect_guarded(state_t& state) {
     DWORD fault = 0;
     if (!call_client_guarded(
             [](void* context) { connect_session(*static_cast<state_t*>(context)); }, &state,
-            fault)) {
-        log_fault(fault);
+            log_fault, fault)) {
         *state.abandoned = true;
     }
 }

@@ -60,6 +60,11 @@ std::wstring query_status(const COracleSession& session, EStatusKind kind) {
     }
 }
 
+void log_fault(DWORD fault) {
+    g_oralib_log.warning("SEH exception has occurred in the Oracle client, exception code: %1",
+                         fault_text(fault));
+}
+
 void run_probe(probe_t& probe, CClientThread::SSigns& signs) {
     try {
         DWORD fault = 0;
@@ -68,11 +73,10 @@ void run_probe(probe_t& probe, CClientThread::SSigns& signs) {
                     auto& own = *static_cast<probe_t*>(context);
                     own.status = query_status(*own.session, own.kind);
                 },
-                &probe, fault)) {
+                &probe, log_fault, fault)) {
             probe.session->abandon();
-            throw exc::runtime_exc_t(
-                "SEH exception has occurred in the Oracle client, exception code: %1",
-                fault_text(fault));
+            throw exc::runtime_exc_t("The Oracle client has faulted, exception code: %1",
+                                     fault_text(fault));
         }
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Getting oracle %1 thread failed", "database", e);

@@ -15,7 +15,7 @@ std::atomic<bool> g_module_ended{false};
 // out when the module's objects go, it is the process that ends.
 struct module_end_t {
     ~module_end_t() { g_module_ended = true; }
-} const g_module_end;
+};
 
 // Nothing is left of what it could come back to, and the end of the process does not wait for it.
 void stay_at_the_end() {
@@ -36,7 +36,11 @@ void thread_gate_t::set_current(thread_gate_t* gate) {
 
 bool thread_gate_t::is_current_gone() {
     const thread_gate_t* const gate = current();
-    return gate && gate->is_gone();
+    const bool is_gone = gate && gate->is_gone();
+    if (is_gone) {
+        stay_at_the_end();
+    }
+    return is_gone;
 }
 
 bool thread_gate_t::change(state_t from, state_t to) {
@@ -48,6 +52,7 @@ bool thread_gate_t::change(state_t from, state_t to) {
 }
 
 bool thread_gate_t::give_up() {
+    static const module_end_t end;  // made late, so that it goes before what such a thread uses
     return word.exchange(gone) != ended;
 }
 
