@@ -20,7 +20,9 @@ std::map<fs::path, std::uintmax_t> sizes_beside(const fs::path& file) {
     for (const auto& entry : fs::directory_iterator(file.parent_path(), error)) {
         const std::string name = entry.path().filename().u8string();
         if (name.rfind(stem, 0) == 0 && entry.path().extension() == file.extension()) {
-            sizes[entry.path()] = entry.file_size(error);
+            // The directory's own number is late while somebody writes.
+            std::ifstream open_file(entry.path(), std::ios::binary | std::ios::ate);
+            sizes[entry.path()] = open_file ? static_cast<std::uintmax_t>(open_file.tellg()) : 0;
         }
     }
     return sizes;

@@ -42,6 +42,7 @@ host::exit_code run(const std::vector<host::command_t>& commands, const std::str
 }  // namespace
 
 int main(int argc, char** argv) {
+    host::search_no_libraries_here();
     const std::string program = argc > 0 ? argv[0] : "oralib-host";
     const std::vector<std::string> words = host::command_line_words(argc, argv);
     const host::utf8_output_t utf8_output;

@@ -8,6 +8,9 @@
 
 namespace host {
 
+/// Takes the current folder out of the search for libraries, where anybody may have put one.
+void search_no_libraries_here();
+
 std::filesystem::path executable_folder();
 /// The module's file name on this system.
 extern const char* const module_file_name;

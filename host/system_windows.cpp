@@ -27,6 +27,10 @@ std::string to_utf8(const wchar_t* text, int length) {
 
 }  // namespace
 
+void search_no_libraries_here() {
+    SetDllDirectoryW(L"");
+}
+
 std::filesystem::path executable_folder() {
     std::wstring path(32767, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));

@@ -318,7 +318,10 @@ void COracleManager::TestOracle() {
         test_instance(instance);
         std::fflush(stdout);  // the next one may hang
     }
-    platform::run_system("pause");
+    // Nobody can press a key in session 0, where services run.
+    DWORD session = 0;
+    const bool is_watched = !ProcessIdToSessionId(GetCurrentProcessId(), &session) || session != 0;
+    platform::run_system(is_watched ? "pause" : "pause <nul");
 }
 
 }  // namespace specific::oracle

@@ -1,6 +1,8 @@
 // Threads that can be given a token, and what outlasts those that never come back.
 #pragma once
 
+#include <cstddef>
+
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/thread.hpp>
@@ -8,6 +10,10 @@
 #include "platform/platform.h"
 
 namespace platform {
+
+/// The stack of our threads, in bytes: the host's own default may be too small for a client
+/// library.
+constexpr std::size_t thread_stack_size = 2 * 1024 * 1024;
 
 /// Runs `body` on a new thread. Only a thread that was started here has a `thread_handle`.
 boost::shared_ptr<boost::thread> start_thread(const boost::function<void()>& body);

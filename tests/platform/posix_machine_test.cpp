@@ -1,4 +1,5 @@
 // What is this layer's own: mapped paths, the accounts, the faults.
+#include <pthread.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -19,6 +20,17 @@ void write_machine_file(const std::string& name, const std::string& text) {
 }
 
 }  // namespace
+
+TEST(machine, threads_have_a_stack_of_their_own) {
+    std::size_t size = 0;
+    platform::start_thread([&size] {
+        pthread_attr_t attributes;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getstacksize(&attributes, &size);
+        pthread_attr_destroy(&attributes);
+    })->join();
+    EXPECT_EQ(size, platform::thread_stack_size) << "whatever the limit of the process says";
+}
 
 TEST(machine, native_paths) {
     write_machine_file("drives/c/Oracle/DB Home/\xC3\x84.txt", "");

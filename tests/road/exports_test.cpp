@@ -211,6 +211,21 @@ TEST_F(Exports, TestPrintsWhatItReaches) {
     EXPECT_EQ(output.find("STBY"), std::string::npos);
 }
 
+#ifndef _WIN32
+// Where services run nobody presses a key: with an input that never ends it comes back at once.
+TEST_F(Exports, TestDoesNotWaitInTheSessionOfServices) {
+    server.set_host("session", "0");
+    write();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    dup2(ends[0], 0);
+    module_t module;
+    output_of([&] { EXPECT_EQ(module.test(log_name).code, ORALIB_OK); });
+    close(ends[0]);
+    close(ends[1]);
+}
+#endif
+
 TEST_F(Exports, OperationsOnSeveralThreads) {
     server.add_home(home19());
     server.add_instance(home19(), instance("ORCL"));

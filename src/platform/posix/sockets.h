@@ -22,6 +22,12 @@ inline int WSACleanup() {
     return 0;
 }
 
+#define WSA_FLAG_NO_HANDLE_INHERIT 0x80
+
+inline SOCKET WSASocketW(int family, int type, int protocol, void*, unsigned, DWORD flags) {
+    return socket(family, type | (flags & WSA_FLAG_NO_HANDLE_INHERIT ? SOCK_CLOEXEC : 0), protocol);
+}
+
 inline int closesocket(SOCKET socket) {
     return close(socket);
 }

@@ -57,6 +57,10 @@ const char* const client_library_name = "libclntsh.so";
 int run_system(const std::string& ansi_command) {
     if (failing(__func__)) return -1;
     if (ansi_command == "pause") return pause_for_operator();
+    if (ansi_command == "pause <nul") {
+        std::printf("Press Enter to continue . . . \n");
+        return 0;
+    }
     spawn_request request;
     descriptor_owner output;
     interpret_command(widen_ansi(ansi_command), request, output);

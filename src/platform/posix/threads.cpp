@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "platform/posix/sandbox.h"
 #include "platform/posix/thread_object.h"
 #include "platform/thread.h"
 
@@ -91,11 +92,15 @@ boost::shared_ptr<boost::thread> start_thread(const boost::function<void()>& bod
     const auto record = std::make_shared<thread_object>();
     const HANDLE handle = add_handle(record);
     try {
-        boost::shared_ptr<boost::thread> result(new boost::thread([record, body] {
-                                                    const thread_mark mark(*record);
-                                                    body();
-                                                }),
-                                                destroy_thread);
+        boost::thread::attributes attributes;
+        attributes.set_stack_size(thread_stack_size);
+        boost::shared_ptr<boost::thread> result(
+            new boost::thread(attributes,
+                              [record, body] {
+                                  const thread_mark mark(*record);
+                                  body();
+                              }),
+            destroy_thread);
         const std::lock_guard<std::mutex> lock(g_handles_mutex);
         g_handles[result.get()] = handle;
         return result;
@@ -143,6 +148,11 @@ DWORD GetCurrentThreadId() {
 }
 DWORD GetCurrentProcessId() {
     return static_cast<DWORD>(getpid());
+}
+BOOL ProcessIdToSessionId(DWORD, DWORD* session) {
+    if (failing(__func__)) return FALSE;
+    *session = static_cast<DWORD>(host_number("session", 1));
+    return TRUE;
 }
 HANDLE GetCurrentProcess() {
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));

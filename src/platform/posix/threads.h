@@ -10,6 +10,8 @@
 
 DWORD GetCurrentThreadId();
 DWORD GetCurrentProcessId();
+/// As host.ini has it (`session`), else 1.
+BOOL ProcessIdToSessionId(DWORD process, DWORD* session);
 HANDLE GetCurrentThread();
 HANDLE GetCurrentProcess();
 BOOL CloseHandle(HANDLE handle);

@@ -19,7 +19,9 @@ const thread_slot_t g_slot;
 }  // namespace
 
 boost::shared_ptr<boost::thread> start_thread(const boost::function<void()>& body) {
-    return boost::make_shared<boost::thread>(body);
+    boost::thread::attributes attributes;
+    attributes.set_stack_size(thread_stack_size);
+    return boost::make_shared<boost::thread>(attributes, body);
 }
 
 HANDLE thread_handle(boost::thread& thread) {

@@ -23,7 +23,7 @@ COutputDebugStringLog::~COutputDebugStringLog() {
 void COutputDebugStringLog::open() {
     WSADATA data;
     sockets_started = WSAStartup(MAKEWORD(2, 2), &data) == 0;
-    udp = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    udp = WSASocketW(AF_INET, SOCK_DGRAM, IPPROTO_UDP, nullptr, 0, WSA_FLAG_NO_HANDLE_INHERIT);
     win::win_reg_key_t key;
     const LONG error = RegOpenKeyExA(HKEY_LOCAL_MACHINE, key_path, 0, KEY_READ, &key);
     if (error != ERROR_SUCCESS) {
