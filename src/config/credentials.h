@@ -3,12 +3,14 @@
 
 #include <string>
 
+#include "support/text/secret.h"
+
 namespace specific::oracle {
 
 /// An empty user means operating-system authentication. Both texts are in the ANSI code page.
 struct SOracleCredentials {
     std::string user;
-    std::string password;
+    util::secret_t password;
 };
 
 }  // namespace specific::oracle

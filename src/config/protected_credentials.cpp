@@ -30,7 +30,7 @@ void hide_below(const xml_node_t& parent, const std::string& harmless) {
 
 }  // namespace
 
-bool protect_credentials(const std::string&, const std::string&, std::string& text) {
+bool protect_credentials(const std::string&, const util::secret_t&, std::string& text) {
     try {
         // Nothing here holds a key, and a secret without one is none.
         const std::vector<unsigned char> user;
@@ -71,7 +71,7 @@ std::string hide_protected(const std::string& xml) {
     }
     try {
         std::string harmless;
-        protect_credentials("", "", harmless);
+        protect_credentials("", {}, harmless);
         const xml_node_t document = util::xml_parse(xml);
         hide_below(document, harmless);
         return util::xml_serialize(document);

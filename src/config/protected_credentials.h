@@ -3,13 +3,16 @@
 
 #include <string>
 
+#include "support/text/secret.h"
+
 namespace specific::oracle {
 
 /// Both return false after a failure, which is logged, never with a password. All texts are in the
 /// ANSI code page.
 
 /// Writes no secret: whatever the account, the text holds an empty one.
-bool protect_credentials(const std::string& user, const std::string& password, std::string& text);
+bool protect_credentials(const std::string& user, const util::secret_t& password,
+                         std::string& text);
 /// Reads any account that such a text holds.
 bool unprotect_credentials(const std::string& text, std::string& user, std::string& password);
 

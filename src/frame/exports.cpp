@@ -27,6 +27,10 @@ std::wstring from_host(const oralib_char* text) {
     return std::wstring(text, text + std::char_traits<oralib_char>::length(text));
 }
 
+util::wide_secret_t secret_from_host(const oralib_char* text) {
+    return util::wide_secret_t(text, text + std::char_traits<oralib_char>::length(text));
+}
+
 // On the heap of OracleLibStrFree.
 oralib_char* to_host(const std::wstring& text) {
     auto* const copy =
@@ -37,7 +41,7 @@ oralib_char* to_host(const std::wstring& text) {
     return copy;
 }
 
-SOracleCredentials make_credentials(const std::wstring& user, const std::wstring& password) {
+SOracleCredentials make_credentials(const std::wstring& user, const util::wide_secret_t& password) {
     return SOracleCredentials{util::to_ansi(user), util::to_ansi(password)};
 }
 
@@ -87,7 +91,7 @@ oralib_result OracleExploreInstances(bool collectPfile, const oralib_char* userN
         std::wstring result;
         {
             const std::wstring config = from_host(configXml);
-            const std::wstring pass = from_host(password);
+            const util::wide_secret_t pass = secret_from_host(password);
             const std::wstring user = from_host(userName);
             COracleManager::instance().ExploreInstances(result, collectPfile,
                                                         make_credentials(user, pass), config);
@@ -103,9 +107,9 @@ oralib_result OraclePrepareDbsForBackup(const oralib_char* configXml, const oral
     return run("Failed to prepare dbs for backup", errorText, [&] {
         std::wstring result;
         {
-            const std::wstring os_pass = from_host(osPassword);
+            const util::wide_secret_t os_pass = secret_from_host(osPassword);
             const std::wstring os_user = from_host(osUserName);
-            const std::wstring pass = from_host(password);
+            const util::wide_secret_t pass = secret_from_host(password);
             const std::wstring user = from_host(userName);
             const std::wstring config = from_host(configXml);
             COracleManager::instance().PrepareDbsForBackup(
@@ -118,7 +122,7 @@ oralib_result OraclePrepareDbsForBackup(const oralib_char* configXml, const oral
 oralib_result OracleFinishDbsBackup(const oralib_char* prepareXml, const oralib_char* userName,
                                     const oralib_char* password, oralib_char** errorText) {
     return run("Failed to finish dbs backup", errorText, [&] {
-        const std::wstring pass = from_host(password);
+        const util::wide_secret_t pass = secret_from_host(password);
         const std::wstring user = from_host(userName);
         const std::wstring document = from_host(prepareXml);
         COracleManager::instance().FinishDbsBackup(document, make_credentials(user, pass));
@@ -132,7 +136,7 @@ oralib_result OracleBackupLogs(const oralib_char* oracleHome, const oralib_char*
     return run("Failed to backup oracle logs.", errorText, [&] {
         std::wstring result;
         {
-            const std::wstring pass = from_host(password);
+            const util::wide_secret_t pass = secret_from_host(password);
             const std::wstring user = from_host(userName);
             const std::wstring last = from_host(lastRecId);
             const std::wstring position = from_host(usn);
@@ -170,7 +174,7 @@ oralib_result OracleDeleteLogsByTime(const oralib_char* oracleHome, const oralib
                                      int32_t minutes, const oralib_char* userName,
                                      const oralib_char* password, oralib_char** errorText) {
     return run("Failed to delete oracle logs by time", errorText, [&] {
-        const std::wstring pass = from_host(password);
+        const util::wide_secret_t pass = secret_from_host(password);
         const std::wstring user = from_host(userName);
         const std::wstring instance = from_host(sid);
         const std::wstring home = from_host(oracleHome);
@@ -183,7 +187,7 @@ oralib_result OracleDeleteLogsBySize(const oralib_char* oracleHome, const oralib
                                      int64_t sizeLimit, const oralib_char* userName,
                                      const oralib_char* password, oralib_char** errorText) {
     return run("Failed to delete oracle logs by size", errorText, [&] {
-        const std::wstring pass = from_host(password);
+        const util::wide_secret_t pass = secret_from_host(password);
         const std::wstring user = from_host(userName);
         const std::wstring instance = from_host(sid);
         const std::wstring home = from_host(oracleHome);

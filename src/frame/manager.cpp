@@ -203,7 +203,7 @@ void COracleManager::DeleteLogsBySize(const std::wstring& oracleHome, const std:
 void COracleManager::PrepareDbsForBackup(std::wstring& result, const std::wstring& configXml,
                                          const SOracleCredentials& credentials,
                                          const std::wstring& osUserName,
-                                         const std::wstring& osPassword) {
+                                         const util::wide_secret_t& osPassword) {
     try {
         result = PrepareDbs(configXml, credentials);
         std::wstring path;

@@ -25,7 +25,7 @@ class COracleManager {
                           std::int64_t sizeLimit, const SOracleCredentials& credentials);
     void PrepareDbsForBackup(std::wstring& result, const std::wstring& configXml,
                              const SOracleCredentials& credentials, const std::wstring& osUserName,
-                             const std::wstring& osPassword);
+                             const util::wide_secret_t& osPassword);
     void FinishDbsBackup(const std::wstring& prepareXml, const SOracleCredentials& credentials);
     void BackupLogs(std::wstring& result, const std::wstring& oracleHome, const std::wstring& sid,
                     const std::wstring& usn, const std::wstring& lastRecId,

@@ -180,7 +180,8 @@ TEST_F(Connect, APasswordAboutToExpireStartsAndStops) {
     expiring.users = {{"dba", "secret", true, true}};
     server.add_instance(home, expiring);
     server.write();
-    const SOracleCredentials dba{"dba", "secret"};
+    const std::string password = "secret";
+    const SOracleCredentials dba{"dba", {password.begin(), password.end()}};
     COracleSessionHolder(L"ORCL", L"C:\\app\\oracle", dba, true).get_session()->startup();
     EXPECT_EQ(sandbox::get_state(folder, "ORCL"), sandbox::state_t::started);
     sandbox::set_state(folder, "ORCL", sandbox::state_t::open);

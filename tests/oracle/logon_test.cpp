@@ -70,7 +70,9 @@ TEST(Logon, TheThreadActsAsTheAccount) {
 
 TEST(Logon, TheProtectedFormOfAnyAccountHoldsNone) {
     std::string text, same, user, password;
-    EXPECT_TRUE(protect_credentials("keeper", "secret", text) && protect_credentials("", "", same));
+    const std::string secret = "secret";
+    EXPECT_TRUE(protect_credentials("keeper", {secret.begin(), secret.end()}, text) &&
+                protect_credentials("", {}, same));
     EXPECT_EQ(text, same);
     EXPECT_TRUE(unprotect_credentials(text, user, password));
     EXPECT_EQ(user + password, "");

@@ -22,7 +22,7 @@ using util::xml_node_t;
 namespace {
 
 void add_protected(const xml_node_t& element, const char* name, const std::string& user,
-                   const std::string& password) {
+                   const util::secret_t& password) {
     std::string text;
     if (!user.empty() && protect_credentials(user, password, text)) {
         util::xml_set_attribute(element, name, text);
@@ -36,8 +36,8 @@ bool read_protected(const xml_node_t& element, const char* name, std::string& us
            unprotect_credentials(text, user, password);
 }
 
-bool narrow_account(const std::wstring& wide_user, const std::wstring& wide_password,
-                    std::string& user, std::string& password) {
+bool narrow_account(const std::wstring& wide_user, const util::wide_secret_t& wide_password,
+                    std::string& user, util::secret_t& password) {
     try {
         if (!wide_user.empty()) {
             user = util::to_ansi(wide_user);
@@ -60,7 +60,7 @@ std::wstring GetBackupMetaPath() {
 
 void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
                     const SOracleCredentials& credentials, const std::wstring& osUserName,
-                    const std::wstring& osPassword) {
+                    const util::wide_secret_t& osPassword) {
     if (prepareXml.empty()) {
         return;
     }
@@ -74,7 +74,7 @@ void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
                                 util::base64_encode(narrow.data(), narrow.size()));
         add_protected(root, "conn", credentials.user, credentials.password);
         std::string user;
-        std::string password;
+        util::secret_t password;
         if (narrow_account(osUserName, osPassword, user, password)) {
             add_protected(root, "os_conn", user, password);
         }
@@ -97,9 +97,10 @@ void ReadBackupMeta(const std::wstring& path, std::wstring& prepareXml,
         const xml_node_t root = util::xml_child(util::xml_parse(text), "restore");
         prepareXml =
             util::from_ansi(util::base64_decode(util::xml_get_attribute(root, "dbPrepareXml")));
-        read_protected(root, "conn", credentials.user, credentials.password);
-        std::string user;
         std::string password;
+        read_protected(root, "conn", credentials.user, password);
+        credentials.password = util::secret_t(password.begin(), password.end());
+        std::string user;
         if (read_protected(root, "os_conn", user, password)) {
             const std::wstring wide_user = util::from_ansi(user);
             osPassword = widen_password(password);

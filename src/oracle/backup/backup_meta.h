@@ -16,7 +16,7 @@ std::wstring GetBackupMetaPath();
 /// are stored in their protected form (config/protected_credentials.h).
 void SaveBackupMeta(const std::wstring& path, const std::wstring& prepareXml,
                     const SOracleCredentials& credentials, const std::wstring& osUserName,
-                    const std::wstring& osPassword);
+                    const util::wide_secret_t& osPassword);
 /// What the file does not hold stays empty.
 void ReadBackupMeta(const std::wstring& path, std::wstring& prepareXml,
                     SOracleCredentials& credentials, std::wstring& osUserName,

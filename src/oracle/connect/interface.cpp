@@ -219,6 +219,13 @@ void CWinOraInterface::attr_set(COracleEnv& env, const COracleHandle& target,
                    env.error_handle()));
 }
 
+void CWinOraInterface::attr_set(COracleEnv& env, const COracleHandle& target,
+                                const util::secret_t& value, ub4 attribute) const {
+    env.check(call(env.abandoned(), &SEntryPoints::AttrSet, target.get(), target.get_type(),
+                   const_cast<char*>(value.empty() ? "" : value.data()),
+                   static_cast<ub4>(value.size()), attribute, env.error_handle()));
+}
+
 void CWinOraInterface::server_attach(COracleEnv& env, const COracleHandle& server) const {
     env.check(call(env.abandoned(), &SEntryPoints::ServerAttach, server.get<OCIServer>(),
                    env.error_handle(), nullptr, 0, OCI_DEFAULT));

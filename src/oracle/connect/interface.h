@@ -8,6 +8,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include "oracle/connect/oci.h"
+#include "support/text/secret.h"
 
 namespace specific::oracle {
 
@@ -52,6 +53,8 @@ class CWinOraInterface {
                   ub4 attribute) const;
     /// OCI_ATTR_USERNAME, OCI_ATTR_PASSWORD.
     void attr_set(COracleEnv& env, const COracleHandle& target, const std::string& value,
+                  ub4 attribute) const;
+    void attr_set(COracleEnv& env, const COracleHandle& target, const util::secret_t& value,
                   ub4 attribute) const;
 
     void server_attach(COracleEnv& env, const COracleHandle& server) const;

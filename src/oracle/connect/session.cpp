@@ -77,6 +77,7 @@ void COracleSession::init_session() {
         if (!login.user.empty()) {
             get_interface()->attr_set(*env, *session_handle, login.user, OCI_ATTR_USERNAME);
             get_interface()->attr_set(*env, *session_handle, login.password, OCI_ATTR_PASSWORD);
+            login.password.wipe();
         }
     } catch (const std::exception& e) {
         exc::rethrow_with_trace("OracleSession: failed to init session.", e);

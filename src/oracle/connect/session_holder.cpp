@@ -138,6 +138,7 @@ void run_init_thread(state_t& state, CClientThread::SSigns& signs) {
         }
         get_interface();
         connect_guarded(state);
+        state.login.password.wipe();
         signs.set_ready();
     } catch (const std::exception& e) {
         g_oralib_log.log_exception_thread("Oracle session init thread failed", e);

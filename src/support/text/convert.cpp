@@ -11,8 +11,8 @@ namespace util {
 
 namespace {
 
-bool narrow(UINT code_page, DWORD flags, bool check_default, const std::wstring& text,
-            std::string& result) {
+template <typename Wide, typename Narrow>
+bool narrow(UINT code_page, DWORD flags, bool check_default, const Wide& text, Narrow& result) {
     const int length = static_cast<int>(text.size());
     BOOL used_default = FALSE;
     BOOL* const used = check_default ? &used_default : nullptr;
@@ -51,13 +51,12 @@ bool is_ascii(const Text& text) {
                        [](auto unit) { return static_cast<unit_t>(unit) < 0x80; });
 }
 
-}  // namespace
-
-std::string to_ansi(const std::wstring& text) {
+template <typename Narrow, typename Wide>
+Narrow narrow_to_ansi(const Wide& text) {
     if (is_ascii(text)) {
-        return std::string(text.begin(), text.end());
+        return Narrow(text.begin(), text.end());
     }
-    std::string result;
+    Narrow result;
     // Windows refuses the flags of the other code pages where the ANSI one is UTF-8.
     const bool is_utf8 = GetACP() == CP_UTF8;
     if (!text.empty() &&
@@ -67,6 +66,16 @@ std::string to_ansi(const std::wstring& text) {
         throw exc::win_sys_exc_t("Unicode string cannot be converted to multibyte string.", error);
     }
     return result;
+}
+
+}  // namespace
+
+std::string to_ansi(const std::wstring& text) {
+    return narrow_to_ansi<std::string>(text);
+}
+
+secret_t to_ansi(const wide_secret_t& text) {
+    return narrow_to_ansi<secret_t>(text);
 }
 
 std::wstring from_ansi(const std::string& text) {

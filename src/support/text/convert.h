@@ -3,11 +3,14 @@
 
 #include <string>
 
+#include "support/text/secret.h"
+
 namespace util {
 
 /// Each throws win_sys_exc_t for text that the other side cannot hold: nothing is replaced by a
 /// question mark. Empty text stays empty without a call of the system.
 std::string to_ansi(const std::wstring& text);
+secret_t to_ansi(const wide_secret_t& text);
 std::wstring from_ansi(const std::string& text);
 std::string to_utf8(const std::wstring& text);
 std::wstring from_utf8(const std::string& text);
