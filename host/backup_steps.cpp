@@ -1,5 +1,6 @@
 #include "host/backup_steps.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 
@@ -33,6 +34,10 @@ void print_prepared(const std::vector<prepared_db_t>& databases, bool trace) {
             print_hints(std::cout, database.error);
         }
     }
+}
+
+std::filesystem::path meta_path(module_t& module) {
+    return native_path(module.logs_folder() + "\\OracleMeta.xml");
 }
 
 struct finish_verdict_t {
@@ -114,6 +119,11 @@ exit_code prepare_into(const std::string& file, module_t& module, const argument
     }
     const std::vector<prepared_db_t> databases = read_prepare_document(document);
     print_prepared(databases, arguments.has("--trace"));
+    if (!could_be_restored(document, module)) {
+        std::cout << "\nA snapshot taken now could not be restored: "
+                  << meta_path(module).u8string() << " is not of this prepare; the log says why.\n";
+        return some_left_out;
+    }
     for (const prepared_db_t& database : databases) {
         if (!is_protected(database)) {
             return some_left_out;
@@ -138,10 +148,17 @@ void put_away(const std::string& file) {
     fs::rename(fs::u8path(file), fs::u8path(file + ".done"));
 }
 
+bool could_be_restored(const std::string& document, module_t& module) {
+    const auto databases = read_prepare_document(document);
+    const bool is_any = std::any_of(databases.begin(), databases.end(), [](const auto& database) {
+        return database.action >= 2 && database.action <= 4;
+    });
+    return !is_any || read_meta_document(module) == document;
+}
+
 std::string read_meta_document(module_t& module) {
-    const std::filesystem::path file = native_path(module.logs_folder() + "\\OracleMeta.xml");
     try {
-        const std::string document = document_of_meta(read_text(file.u8string()));
+        const std::string document = document_of_meta(read_text(meta_path(module).u8string()));
         read_prepare_document(document);
         return document;
     } catch (const std::runtime_error&) {

@@ -26,6 +26,10 @@ void put_away(const std::string& file);
 /// whole.
 std::string read_meta_document(module_t& module);
 
+/// Whether a snapshot taken behind the prepare with this document could be completed on a restored
+/// machine: the meta file is there and is of that prepare, where there is anything to complete.
+bool could_be_restored(const std::string& document, module_t& module);
+
 /// The words that name the sandbox, if there is one, so that a command that is shown can be run as
 /// it stands.
 std::string sandbox_words(const arguments_t& arguments);

@@ -82,7 +82,8 @@ exit_code job(const arguments_t& arguments) {
     std::string document;  // the command may reach the file
     try {
         prepared = prepare_into(file, *module, arguments, logon, document);
-        commanded = run_command(arguments, limit);
+        commanded =
+            could_be_restored(document, *module) ? run_command(arguments, limit) : some_left_out;
     } catch (const std::exception& e) {
         print_failure(std::cerr, e.what(), arguments.has("--trace"));
         if (document.empty()) {

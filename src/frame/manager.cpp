@@ -72,6 +72,7 @@ void test_instance(const SOracleSid& instance) {
         return;
     }
     std::printf("Checking SID: %s\n", util::to_ansi(holder->get_sid()).c_str());
+    std::fflush(stdout);  // its queries may hang
     if (!instance.isAsm) {
         print_archived_logs(*session);
     }

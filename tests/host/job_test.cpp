@@ -79,6 +79,27 @@ TEST_F(Job, FinishesWhateverTheCommandDoes) {
     EXPECT_EQ(host("recover").out, "No job left anything behind.\n");
 }
 
+TEST_F(Job, NoSnapshotThatNoRestoreCouldComplete) {
+    make_server(server);
+    const auto staging =
+        machine_t::is_layered() ? std::filesystem::path(server) / "drives/c" : machine.drive();
+    const auto in_the_way = staging / "ProgramData/Tarny/Backup/OracleLogBackup/OracleMeta.xml";
+    std::filesystem::create_directories(in_the_way / "full");
+    const std::string document = folder / "prepared.xml";
+    const outcome_t outcome =
+        host("job --document " + document + " -- " + quoted(HOST) + " --version");
+    EXPECT_EQ(outcome.code, 3) << outcome.out << outcome.err;
+    EXPECT_NE(outcome.out.find("A snapshot taken now could not be restored: "), std::string::npos);
+    EXPECT_EQ(outcome.out.find("The command ended"), std::string::npos) << outcome.out;
+    EXPECT_EQ(state(), "well");
+    EXPECT_EQ(host("prepare " + document).code, 3);
+    EXPECT_EQ(host("finish " + document).code, 0);
+    remove_folder(in_the_way);
+    EXPECT_EQ(host("prepare " + document + "2").code, 0);
+    EXPECT_EQ(host("finish " + document + "2").code, 0);
+    EXPECT_EQ(state(), "well");
+}
+
 TEST_F(Job, WhatCannotBeFinishedIsKeptAndTold) {
     make_server(server);
     const std::string document = folder / "prepared.xml";

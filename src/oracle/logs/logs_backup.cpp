@@ -54,6 +54,7 @@ void copy_file(const std::wstring& name, const std::wstring& target) {
     auto copy = win::win_file_t::create_or_open(target, CREATE_ALWAYS);
     try {
         copy_pieces(*source, *copy);
+        copy->flush();  // a description must not outlive what it describes
     } catch (const std::exception&) {
         copy.reset();
         win::remove_leftover(target);

@@ -11,21 +11,24 @@ namespace win {
 
 namespace {
 
-constexpr int move_attempts = 20;
-constexpr DWORD move_retry_ms = 100;
+constexpr int attempts = 20;
+constexpr DWORD retry_ms = 100;
 
 // A scanner may have what was just written open for a moment.
-void move_patiently(const std::wstring& from, const std::wstring& to) {
+template <typename Step>
+void take_patiently(const Step& step) {
     for (int attempt = 1;; ++attempt) {
         try {
-            move_file(from, to);
+            step();
             return;
         } catch (const exc::win_sys_exc_t& e) {
-            if (e.code() != ERROR_SHARING_VIOLATION || attempt == move_attempts) {
+            const bool may_pass =
+                e.code() == ERROR_SHARING_VIOLATION || e.code() == ERROR_ACCESS_DENIED;
+            if (!may_pass || attempt == attempts) {
                 throw;
             }
         }
-        Sleep(move_retry_ms);
+        Sleep(retry_ms);
     }
 }
 
@@ -43,9 +46,9 @@ void write_whole_file(const std::wstring& path, const std::string& content) {
             file->write(content.data(), content.size());
             file->flush();
         }
-        move_patiently(beside, path);
+        take_patiently([&] { move_file(beside, path); });
         // A snapshot that flushes nothing itself may follow at once.
-        win_file_t::create_or_open(path, OPEN_EXISTING)->flush();
+        take_patiently([&] { win_file_t::create_or_open(path, OPEN_EXISTING)->flush(); });
     } catch (const std::exception&) {
         remove_leftover(beside);
         remove_leftover(path);
