@@ -14,12 +14,9 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 #include <windows.h>
-#include <lm.h>
 #include <objbase.h>
 #include <oleauto.h>
 #include <rpc.h>
-#define SECURITY_WIN32
-#include <security.h>
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <stdlib.h>
@@ -33,7 +30,6 @@
 #include "platform/posix/modules.h"
 #include "platform/posix/processes.h"
 #include "platform/posix/registry.h"
-#include "platform/posix/shares.h"
 #include "platform/posix/sockets.h"
 #include "platform/posix/text.h"
 #include "platform/posix/threads.h"

@@ -84,7 +84,6 @@
 #define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
 #define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
 
-#define SEC_E_INVALID_HANDLE static_cast<HRESULT>(0x80090301u)
 
 #define EXCEPTION_ACCESS_VIOLATION 0xC0000005u
 #define EXCEPTION_IN_PAGE_ERROR 0xC0000006u

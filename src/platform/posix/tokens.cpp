@@ -112,8 +112,7 @@ using namespace platform;
 BOOL LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logon_type, DWORD,
                 PHANDLE token) {
     if (failing(__func__)) return FALSE;
-    if (!user || !token || logon_type < LOGON32_LOGON_INTERACTIVE ||
-        logon_type > LOGON32_LOGON_BATCH) {
+    if (!user || !token || logon_type != LOGON32_LOGON_INTERACTIVE) {
         return fail(ERROR_INVALID_PARAMETER);
     }
     const auto accounts = g_accounts.get();
@@ -146,14 +145,6 @@ BOOL RevertToSelf() {
     return TRUE;
 }
 
-BOOL DuplicateToken(HANDLE token, SECURITY_IMPERSONATION_LEVEL, PHANDLE duplicate) {
-    if (failing(__func__)) return FALSE;
-    const auto target = find<token_object>(token);
-    if (!target) return FALSE;
-    *duplicate = add_handle(target);
-    return TRUE;
-}
-
 BOOL OpenThreadToken(HANDLE thread, DWORD, BOOL, PHANDLE token) {
     if (failing(__func__)) return FALSE;
     const thread_token place(thread);
@@ -171,15 +162,4 @@ BOOL SetThreadToken(PHANDLE thread, HANDLE token) {
     if (!place || (token && !target)) return FALSE;
     place.set(target);
     return TRUE;
-}
-
-SECURITY_STATUS ImpersonateSecurityContext(PCtxtHandle context) {
-    if (failing(__func__)) return SEC_E_INVALID_HANDLE;
-    return ImpersonateLoggedOnUser(reinterpret_cast<HANDLE>(context->dwLower))
-               ? SEC_E_OK
-               : SEC_E_INVALID_HANDLE;
-}
-
-SECURITY_STATUS RevertSecurityContext(PCtxtHandle) {
-    return !failing(__func__) && RevertToSelf() ? SEC_E_OK : SEC_E_INVALID_HANDLE;
 }
