@@ -48,6 +48,7 @@ template <typename Body>
 sword serve(const char* entry, cost price, std::initializer_list<handle_t*> handles,
             OCIError* error, const std::string& detail, const Body& body) {
     end_if_due();
+    const inside_t inside;
     const auto start = std::chrono::steady_clock::now();
     auto not_before = start;
     OCIEnv* env = nullptr;

@@ -1,5 +1,6 @@
 #include "sandbox/oci/handles.h"
 
+#include <atomic>
 #include <mutex>
 #include <unordered_map>
 
@@ -60,15 +61,28 @@ void forget(Map& map, const Handle* handle) {
     }
 }
 
-// Never destroyed: a thread may still be in the client when the process ends.
 register_t& g_register = *new register_t;
+std::atomic<int> g_inside{0};
 
-// The client goes. What is left was leaked, or belongs to sessions that were given up on.
+// The client goes. What is left was leaked, or belongs to sessions that were given up on; a thread
+// that is still in a call when the process ends finds its handles.
 struct end_t {
-    ~end_t() { g_register.report(); }
+    ~end_t() {
+        g_register.report();
+        if (g_inside == 0) {
+            delete &g_register;
+        }
+    }
 } const g_end;
 
 }  // namespace
+
+inside_t::inside_t() {
+    ++g_inside;
+}
+inside_t::~inside_t() {
+    --g_inside;
+}
 
 void register_handle(std::unique_ptr<handle_t> handle) {
     const std::lock_guard<std::mutex> lock(g_register.mutex);

@@ -116,6 +116,14 @@ Handle* find(const Handle* address) {
 /// Frees a handle with all that hangs on it, and takes it out of whatever refers to it.
 void free_handle(handle_t* handle);
 
+/// While it lives a thread is in a call.
+struct inside_t {
+    inside_t();
+    ~inside_t();
+    inside_t(const inside_t&) = delete;
+    inside_t& operator=(const inside_t&) = delete;
+};
+
 /// The live handles of an environment besides itself in words: "STMT 2, SESSION 1".
 std::string list_children(const OCIEnv* env);
 
