@@ -129,6 +129,7 @@ TEST_F(Logs, LogsInAsmAndOfSomeSizesAreStaged) {
             EXPECT_EQ(read_file(machine.find(paths[i])), read_file(machine.find(original)));
         }
         EXPECT_EQ(module.remove_logs(answer.result).code, ORALIB_OK);
+        EXPECT_EQ(sandbox::query_sql(folder, sid, "SELECT COUNT(*) FROM DBA_DIRECTORIES"), "0");
         EXPECT_EQ(files_in_staging(), 0u);
     }
 }
